@@ -1,0 +1,28 @@
+// The thirteen process-wide mutexes: eleven group locks, user_count_lock and
+// stream_lock. A group lock is held for the whole of its group's file read, file
+// write or device action. The only nestings: osd_lock then title_lock (osd load),
+// and stream_lock inside the video, mpeg and jpeg actions.
+#ifndef CAMRCD_SETTINGS_GROUP_LOCKS_H_
+#define CAMRCD_SETTINGS_GROUP_LOCKS_H_
+
+#include <mutex>
+
+namespace camrcd {
+
+extern std::mutex title_lock;
+extern std::mutex video_lock;
+extern std::mutex mpeg_lock;
+extern std::mutex jpeg_lock;
+extern std::mutex osd_lock;
+extern std::mutex alarm_lock;
+extern std::mutex camcontrol1_lock;
+extern std::mutex camcontrol2_lock;
+extern std::mutex privacy_lock;
+extern std::mutex motion_lock;
+extern std::mutex ptz_lock;
+extern std::mutex user_count_lock;
+extern std::mutex stream_lock;
+
+}  // namespace camrcd
+
+#endif  // CAMRCD_SETTINGS_GROUP_LOCKS_H_

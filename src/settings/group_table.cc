@@ -1,0 +1,120 @@
+// The six rows tables in priority order and the walker. Operations are the readers
+// and writers of settings/ and settings/sectioned/ and the device actions of
+// actions/; a null operation is a group not served yet.
+#include "settings/group_table.h"
+
+#include "settings/group_locks.h"
+#include "settings/group_masks.h"
+
+namespace camrcd {
+namespace {
+
+constexpr GroupRow kLoadRows[] = {
+    {kLoadNetwork, nullptr, nullptr, nullptr},
+    {kLoadOsd, &osd_lock, &title_lock, nullptr},
+    {kLoadAlarm, &alarm_lock, nullptr, nullptr},
+    {kLoadCamcontrol1, &camcontrol1_lock, nullptr, nullptr},
+    {kLoadCamcontrol2, &camcontrol2_lock, nullptr, nullptr},
+    {kLoadPrivacy, &privacy_lock, nullptr, nullptr},
+    {kLoadMotion, &motion_lock, nullptr, nullptr},
+    {kLoadMpeg, &mpeg_lock, nullptr, nullptr},
+    {kLoadJpeg, &jpeg_lock, nullptr, nullptr},
+    {kLoadVideo, &video_lock, nullptr, nullptr},
+    {kLoadAutorun, &ptz_lock, nullptr, nullptr},
+};
+
+constexpr GroupRow kExtendedLoadRows[] = {
+    {kLoadAlarm2, &alarm_lock, nullptr, nullptr},
+    {kLoadPreset2, &ptz_lock, nullptr, nullptr},
+    {kLoadMd2, &ptz_lock, nullptr, nullptr},
+};
+
+constexpr GroupRow kSaveRows[] = {
+    {kSaveTitle, &title_lock, nullptr, nullptr},
+    {kSaveOsd, &osd_lock, nullptr, nullptr},
+    {kSaveAlarm, &alarm_lock, nullptr, nullptr},
+    {kSaveWhiteBalance, &camcontrol1_lock, nullptr, nullptr},
+    {kSavePicture, &camcontrol1_lock, nullptr, nullptr},
+    {kSaveCamcontrol2, &camcontrol2_lock, nullptr, nullptr},
+    {kSavePrivacy, &privacy_lock, nullptr, nullptr},
+    {kSaveMotion, &motion_lock, nullptr, nullptr},
+    {kSaveMpegFileVideo, &mpeg_lock, nullptr, nullptr},
+    {kSaveJpegFile, &jpeg_lock, nullptr, nullptr},
+    {kSaveMpeg, &mpeg_lock, nullptr, nullptr},
+    {kSaveJpeg, &jpeg_lock, nullptr, nullptr},
+    {kSaveVideo, &video_lock, nullptr, nullptr},
+};
+
+constexpr GroupRow kExtendedSaveRows[] = {
+    {kSaveAutorun, &ptz_lock, nullptr, nullptr},
+    {kSaveAlarm2, &alarm_lock, nullptr, nullptr},
+    {kSavePreset2, &ptz_lock, nullptr, nullptr},
+    {kSaveMd2, &ptz_lock, nullptr, nullptr},
+};
+
+constexpr GroupRow kApplyRows[] = {
+    {kSaveTitle, &title_lock, nullptr, nullptr},
+    {kSaveOsd, &osd_lock, nullptr, nullptr},
+    {kSaveAlarm, &alarm_lock, nullptr, nullptr},
+    {kSaveWhiteBalance, &camcontrol1_lock, nullptr, nullptr},
+    {kSavePicture, &camcontrol1_lock, nullptr, nullptr},
+    {kSaveCamcontrol2, &camcontrol2_lock, nullptr, nullptr},
+    {kSavePrivacy, &privacy_lock, nullptr, nullptr},
+    {kSaveMotion, &motion_lock, nullptr, nullptr},
+    {kSaveMpeg, &mpeg_lock, nullptr, nullptr},
+    {kSaveJpeg, &jpeg_lock, nullptr, nullptr},
+    {kSaveVideo, &video_lock, nullptr, nullptr},
+    {kSaveMpegFileVideo, &video_lock, nullptr, nullptr},
+};
+
+constexpr GroupRow kExtendedApplyRows[] = {
+    {kSaveAutorun, &ptz_lock, nullptr, nullptr},
+    {kSaveAlarm2, &ptz_lock, nullptr, nullptr},
+    {kSavePreset2, &ptz_lock, nullptr, nullptr},
+    {kSaveMd2, &ptz_lock, nullptr, nullptr},
+};
+
+template <size_t N>
+constexpr GroupTable table_of(const GroupRow (&rows)[N]) {
+  return GroupTable{rows, N};
+}
+
+}  // namespace
+
+const GroupTable kLoadTable = table_of(kLoadRows);
+const GroupTable kExtendedLoadTable = table_of(kExtendedLoadRows);
+const GroupTable kSaveTable = table_of(kSaveRows);
+const GroupTable kExtendedSaveTable = table_of(kExtendedSaveRows);
+const GroupTable kApplyTable = table_of(kApplyRows);
+const GroupTable kExtendedApplyTable = table_of(kExtendedApplyRows);
+
+void run_group_rows(GroupTable table, uint32_t mask) {
+  for (size_t i = 0; i < table.count && mask != 0; ++i) {
+    const GroupRow& row = table.rows[i];
+    if ((mask & row.bit) == 0) continue;
+    mask &= ~row.bit;
+    if (row.operation == nullptr) continue;
+    if (row.first_lock != nullptr) row.first_lock->lock();
+    if (row.second_lock != nullptr) row.second_lock->lock();
+    row.operation();
+    if (row.second_lock != nullptr) row.second_lock->unlock();
+    if (row.first_lock != nullptr) row.first_lock->unlock();
+  }
+}
+
+void load_groups(uint32_t load_mask, uint32_t extended_load_mask) {
+  run_group_rows(kLoadTable, load_mask);
+  run_group_rows(kExtendedLoadTable, extended_load_mask);
+}
+
+void save_groups(uint32_t save_mask, uint32_t extended_save_mask) {
+  run_group_rows(kSaveTable, save_mask);
+  run_group_rows(kExtendedSaveTable, extended_save_mask);
+}
+
+void apply_groups(uint32_t apply_mask, uint32_t extended_apply_mask) {
+  run_group_rows(kApplyTable, apply_mask);
+  run_group_rows(kExtendedApplyTable, extended_apply_mask);
+}
+
+}  // namespace camrcd

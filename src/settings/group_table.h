@@ -1,0 +1,48 @@
+// The group table: for each mask bit, in priority order, the lock (or two locks)
+// held and the operation run (a group's reader, writer or device action).
+// load_groups, save_groups and apply_groups walk it: first mask fully, then the
+// extended mask; within a mask, rows in table order, whatever order the caller set
+// the bits in. A bit that no row names is ignored.
+#ifndef CAMRCD_SETTINGS_GROUP_TABLE_H_
+#define CAMRCD_SETTINGS_GROUP_TABLE_H_
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include <mutex>
+
+namespace camrcd {
+
+using GroupOperation = void (*)();
+
+struct GroupRow {
+  uint32_t bit;
+  std::mutex* first_lock;   // may be null (the network group takes none)
+  std::mutex* second_lock;  // taken after first_lock, released before it; may be null
+  GroupOperation operation;
+};
+
+struct GroupTable {
+  const GroupRow* rows;
+  size_t count;
+};
+
+// Runs, in row order, the operation of every row whose bit is in mask, each under
+// its locks. Rows with a null operation are skipped.
+void run_group_rows(GroupTable table, uint32_t mask);
+
+void load_groups(uint32_t load_mask, uint32_t extended_load_mask);
+void save_groups(uint32_t save_mask, uint32_t extended_save_mask);
+void apply_groups(uint32_t apply_mask, uint32_t extended_apply_mask);
+
+// The six tables, for inspection by tests.
+extern const GroupTable kLoadTable;
+extern const GroupTable kExtendedLoadTable;
+extern const GroupTable kSaveTable;
+extern const GroupTable kExtendedSaveTable;
+extern const GroupTable kApplyTable;
+extern const GroupTable kExtendedApplyTable;
+
+}  // namespace camrcd
+
+#endif  // CAMRCD_SETTINGS_GROUP_TABLE_H_
