@@ -1,0 +1,14 @@
+// Product identity: the camera model named in admin/product_info.ls decides the
+// device type (1 fixed camera, 2 pan/tilt camera, 0 unknown). Read once at start-up.
+#ifndef CAMRCD_SETTINGS_PRODUCT_IDENTITY_H_
+#define CAMRCD_SETTINGS_PRODUCT_IDENTITY_H_
+
+namespace camrcd {
+
+// Reads the product file and sets settings.device_type (left 0 when the file is
+// missing or names no listed model).
+void read_product_identity();
+
+}  // namespace camrcd
+
+#endif  // CAMRCD_SETTINGS_PRODUCT_IDENTITY_H_
