@@ -20,7 +20,12 @@ inline constexpr uint16_t kLocalNoticePort = 1630;
 // sent, else 0 (and a message is printed).
 int local_notify(uint16_t port, const uint8_t notice[kLocalNoticeSize]);
 
-// Builds the area-selection notice for area (0x81 for 255, else 0x82) and sends it.
+// Fills notice with the area selection for area: 0x31 0x30 0xFF 0x01 0 0, then 0x81
+// when area is 255 (else 0x82), area, 0xFF, and zeros.
+void build_md_area_notice(uint8_t area, uint8_t notice[kLocalNoticeSize]);
+
+// Builds the area-selection notice for area (0x81 for 255, else 0x82) and sends it
+// to kLocalNoticePort.
 void notify_md_area(uint8_t area);
 
 }  // namespace camrcd

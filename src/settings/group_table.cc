@@ -3,6 +3,7 @@
 // actions/; a null operation is a group not served yet.
 #include "settings/group_table.h"
 
+#include "actions/device_actions.h"
 #include "settings/group_locks.h"
 #include "settings/group_masks.h"
 
@@ -53,18 +54,18 @@ constexpr GroupRow kExtendedSaveRows[] = {
 };
 
 constexpr GroupRow kApplyRows[] = {
-    {kSaveTitle, &title_lock, nullptr, nullptr},
-    {kSaveOsd, &osd_lock, nullptr, nullptr},
-    {kSaveAlarm, &alarm_lock, nullptr, nullptr},
-    {kSaveWhiteBalance, &camcontrol1_lock, nullptr, nullptr},
-    {kSavePicture, &camcontrol1_lock, nullptr, nullptr},
-    {kSaveCamcontrol2, &camcontrol2_lock, nullptr, nullptr},
-    {kSavePrivacy, &privacy_lock, nullptr, nullptr},
-    {kSaveMotion, &motion_lock, nullptr, nullptr},
-    {kSaveMpeg, &mpeg_lock, nullptr, nullptr},
-    {kSaveJpeg, &jpeg_lock, nullptr, nullptr},
-    {kSaveVideo, &video_lock, nullptr, nullptr},
-    {kSaveMpegFileVideo, &video_lock, nullptr, nullptr},
+    {kSaveTitle, &title_lock, nullptr, title_action},
+    {kSaveOsd, &osd_lock, nullptr, osd_action},
+    {kSaveAlarm, &alarm_lock, nullptr, alarm_action},
+    {kSaveWhiteBalance, &camcontrol1_lock, nullptr, white_balance_action},
+    {kSavePicture, &camcontrol1_lock, nullptr, picture_action},
+    {kSaveCamcontrol2, &camcontrol2_lock, nullptr, camcontrol2_action},
+    {kSavePrivacy, &privacy_lock, nullptr, privacy_action},
+    {kSaveMotion, &motion_lock, nullptr, motion_action},
+    {kSaveMpeg, &mpeg_lock, nullptr, mpeg_action},
+    {kSaveJpeg, &jpeg_lock, nullptr, jpeg_action},
+    {kSaveVideo, &video_lock, nullptr, video_action},
+    {kSaveMpegFileVideo, &video_lock, nullptr, video_action},
 };
 
 constexpr GroupRow kExtendedApplyRows[] = {
@@ -91,14 +92,20 @@ const GroupTable kExtendedApplyTable = table_of(kExtendedApplyRows);
 void run_group_rows(GroupTable table, uint32_t mask) {
   for (size_t i = 0; i < table.count && mask != 0; ++i) {
     const GroupRow& row = table.rows[i];
-    if ((mask & row.bit) == 0) continue;
+    if ((mask & row.bit) == 0)
+      continue;
     mask &= ~row.bit;
-    if (row.operation == nullptr) continue;
-    if (row.first_lock != nullptr) row.first_lock->lock();
-    if (row.second_lock != nullptr) row.second_lock->lock();
+    if (row.operation == nullptr)
+      continue;
+    if (row.first_lock != nullptr)
+      row.first_lock->lock();
+    if (row.second_lock != nullptr)
+      row.second_lock->lock();
     row.operation();
-    if (row.second_lock != nullptr) row.second_lock->unlock();
-    if (row.first_lock != nullptr) row.first_lock->unlock();
+    if (row.second_lock != nullptr)
+      row.second_lock->unlock();
+    if (row.first_lock != nullptr)
+      row.first_lock->unlock();
   }
 }
 
