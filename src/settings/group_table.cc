@@ -92,20 +92,14 @@ const GroupTable kExtendedApplyTable = table_of(kExtendedApplyRows);
 void run_group_rows(GroupTable table, uint32_t mask) {
   for (size_t i = 0; i < table.count && mask != 0; ++i) {
     const GroupRow& row = table.rows[i];
-    if ((mask & row.bit) == 0)
-      continue;
+    if ((mask & row.bit) == 0) continue;
     mask &= ~row.bit;
-    if (row.operation == nullptr)
-      continue;
-    if (row.first_lock != nullptr)
-      row.first_lock->lock();
-    if (row.second_lock != nullptr)
-      row.second_lock->lock();
+    if (row.operation == nullptr) continue;
+    if (row.first_lock != nullptr) row.first_lock->lock();
+    if (row.second_lock != nullptr) row.second_lock->lock();
     row.operation();
-    if (row.second_lock != nullptr)
-      row.second_lock->unlock();
-    if (row.first_lock != nullptr)
-      row.first_lock->unlock();
+    if (row.second_lock != nullptr) row.second_lock->unlock();
+    if (row.first_lock != nullptr) row.first_lock->unlock();
   }
 }
 
