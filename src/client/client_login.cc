@@ -1,0 +1,132 @@
+// Client login exchange: message builders, the challenge check and the four steps.
+// The sealed block is 256 bytes: the text and its zero byte, each byte XORed with
+// nonce byte (i mod 4), zero-padded, then DES-ECB encrypted under the built-in key.
+#include "client/client_login.h"
+
+#include <string.h>
+#include <time.h>
+#include <unistd.h>
+
+#include "auth/des.h"
+#include "client/client_socket.h"
+
+namespace camrcd {
+
+// Mixes text (zero byte included) with the nonce into a zeroed 256-byte block and
+// encrypts it under the built-in key.
+static void seal_block(uint8_t block[kAuthDataSize], const char* text, const uint8_t nonce[4]) {
+  memset(block, 0, kAuthDataSize);
+  size_t length = strnlen(text, kAuthDataSize - 1);
+  for (size_t i = 0; i <= length; i++) {
+    uint8_t byte = i < length ? static_cast<uint8_t>(text[i]) : 0;
+    block[i] = byte ^ nonce[i % 4];
+  }
+  des_crypt(kBuiltInKey, block, kAuthDataSize, kDesEncrypt, kDesEcb, nullptr);
+}
+
+uint16_t auth_field_type(const uint8_t* message) {
+  return static_cast<uint16_t>(message[0] | (message[1] << 8));
+}
+
+uint16_t auth_field_length(const uint8_t* message) {
+  return static_cast<uint16_t>(message[2] | (message[3] << 8));
+}
+
+uint32_t auth_field_status(const uint8_t* message) {
+  const uint8_t* p = message + kAuthStatusOffset;
+  return p[0] | (p[1] << 8) | (p[2] << 16) | (static_cast<uint32_t>(p[3]) << 24);
+}
+
+void build_opening_message(uint8_t message[kAuthMessageSize], const char* user,
+                           const uint8_t client_nonce[4]) {
+  memset(message, 0, kAuthMessageSize);
+  memcpy(message + kAuthNonceOffset, client_nonce, 4);
+  size_t length = strnlen(user, kAuthDataSize - 1);
+  memcpy(message + kAuthDataOffset, user, length);
+}
+
+void build_response_message(uint8_t message[kAuthMessageSize], const char* password,
+                            const uint8_t server_nonce[4], uint16_t length) {
+  memset(message, 0, kAuthMessageSize);
+  message[kAuthLengthOffset] = static_cast<uint8_t>(length);
+  message[kAuthLengthOffset + 1] = static_cast<uint8_t>(length >> 8);
+  seal_block(message + kAuthDataOffset, password, server_nonce);
+}
+
+void read_challenge_name(const uint8_t challenge[kAuthMessageSize], const uint8_t client_nonce[4],
+                         char* name, size_t name_size) {
+  uint8_t block[kAuthDataSize];
+  memcpy(block, challenge + kAuthDataOffset, kAuthDataSize);
+  des_crypt(kBuiltInKey, block, kAuthDataSize, kDesDecrypt, kDesEcb, nullptr);
+  size_t i = 0;
+  for (; i + 1 < name_size && i < kAuthDataSize; i++) {
+    char c = static_cast<char>(block[i] ^ client_nonce[i % 4]);
+    if (c == 0)
+      break;
+    name[i] = c;
+  }
+  if (name_size > 0)
+    name[i] = 0;
+}
+
+int32_t login_send_opening(int socket, const char* user, const uint8_t client_nonce[4]) {
+  uint8_t message[kAuthMessageSize];
+  build_opening_message(message, user, client_nonce);
+  return client_send(socket, message, sizeof(message));
+}
+
+int32_t login_read_answer(int socket, uint8_t answer[kAuthMessageSize]) {
+  int32_t got = client_recv(socket, answer, kAuthMessageSize);
+  return got < 0 ? got : 0;
+}
+
+int32_t login_send_response(int socket, const char* password, const uint8_t server_nonce[4],
+                            uint16_t length) {
+  uint8_t message[kAuthMessageSize];
+  build_response_message(message, password, server_nonce, length);
+  return client_send(socket, message, sizeof(message));
+}
+
+int32_t login_read_verdict(int socket, uint8_t verdict[kAuthVerdictSize]) {
+  int32_t got = client_recv(socket, verdict, kAuthVerdictSize);
+  return got < 0 ? got : 0;
+}
+
+void make_client_nonce(uint8_t nonce[4]) {
+  timespec now;
+  clock_gettime(CLOCK_REALTIME, &now);
+  uint32_t value = static_cast<uint32_t>(now.tv_nsec) ^
+                   static_cast<uint32_t>(now.tv_sec) * 2654435761u ^
+                   static_cast<uint32_t>(getpid());
+  for (int i = 0; i < 4; i++)
+    nonce[i] = static_cast<uint8_t>(value >> (8 * i));
+}
+
+static LoginResult ended(int32_t code) {
+  return LoginResult{kLoginEnded, 0, code};
+}
+
+LoginResult client_login(int socket, const char* user, const char* password) {
+  uint8_t nonce[4];
+  make_client_nonce(nonce);
+  int32_t code = login_send_opening(socket, user, nonce);
+  if (code != 0)
+    return ended(code);
+  uint8_t answer[kAuthMessageSize];
+  if ((code = login_read_answer(socket, answer)) != 0)
+    return ended(code);
+  uint32_t status = auth_field_status(answer);
+  if (status != kAuthStatusChallenge)
+    return LoginResult{kLoginRefused, status, 0};
+  if ((code = login_send_response(socket, password, answer + kAuthNonceOffset)) != 0) {
+    return ended(code);
+  }
+  uint8_t verdict[kAuthVerdictSize];
+  if ((code = login_read_verdict(socket, verdict)) != 0)
+    return ended(code);
+  status = auth_field_status(verdict);
+  return LoginResult{status == kAuthStatusAuthenticated ? kLoginLoggedIn : kLoginRejected, status,
+                     0};
+}
+
+}  // namespace camrcd
