@@ -4,23 +4,28 @@
 #include "settings/group_table.h"
 
 #include "actions/device_actions.h"
+#include "settings/alarm_motion_files.h"
+#include "settings/camera_control_files.h"
 #include "settings/group_locks.h"
 #include "settings/group_masks.h"
+#include "settings/network_group.h"
+#include "settings/osd_files.h"
+#include "settings/video_files.h"
 
 namespace camrcd {
 namespace {
 
 constexpr GroupRow kLoadRows[] = {
-    {kLoadNetwork, nullptr, nullptr, nullptr},
-    {kLoadOsd, &osd_lock, &title_lock, nullptr},
-    {kLoadAlarm, &alarm_lock, nullptr, nullptr},
-    {kLoadCamcontrol1, &camcontrol1_lock, nullptr, nullptr},
-    {kLoadCamcontrol2, &camcontrol2_lock, nullptr, nullptr},
-    {kLoadPrivacy, &privacy_lock, nullptr, nullptr},
-    {kLoadMotion, &motion_lock, nullptr, nullptr},
-    {kLoadMpeg, &mpeg_lock, nullptr, nullptr},
-    {kLoadJpeg, &jpeg_lock, nullptr, nullptr},
-    {kLoadVideo, &video_lock, nullptr, nullptr},
+    {kLoadNetwork, nullptr, nullptr, load_network_group},
+    {kLoadOsd, &osd_lock, &title_lock, load_osd_group},
+    {kLoadAlarm, &alarm_lock, nullptr, load_alarm_group},
+    {kLoadCamcontrol1, &camcontrol1_lock, nullptr, load_camcontrol1_group},
+    {kLoadCamcontrol2, &camcontrol2_lock, nullptr, load_camcontrol2_group},
+    {kLoadPrivacy, &privacy_lock, nullptr, load_privacy_group},
+    {kLoadMotion, &motion_lock, nullptr, load_motion_group},
+    {kLoadMpeg, &mpeg_lock, nullptr, load_mpeg_group},
+    {kLoadJpeg, &jpeg_lock, nullptr, load_jpeg_group},
+    {kLoadVideo, &video_lock, nullptr, load_video_group},
     {kLoadAutorun, &ptz_lock, nullptr, nullptr},
 };
 
@@ -31,19 +36,19 @@ constexpr GroupRow kExtendedLoadRows[] = {
 };
 
 constexpr GroupRow kSaveRows[] = {
-    {kSaveTitle, &title_lock, nullptr, nullptr},
-    {kSaveOsd, &osd_lock, nullptr, nullptr},
-    {kSaveAlarm, &alarm_lock, nullptr, nullptr},
-    {kSaveWhiteBalance, &camcontrol1_lock, nullptr, nullptr},
-    {kSavePicture, &camcontrol1_lock, nullptr, nullptr},
-    {kSaveCamcontrol2, &camcontrol2_lock, nullptr, nullptr},
-    {kSavePrivacy, &privacy_lock, nullptr, nullptr},
-    {kSaveMotion, &motion_lock, nullptr, nullptr},
-    {kSaveMpegFileVideo, &mpeg_lock, nullptr, nullptr},
-    {kSaveJpegFile, &jpeg_lock, nullptr, nullptr},
-    {kSaveMpeg, &mpeg_lock, nullptr, nullptr},
-    {kSaveJpeg, &jpeg_lock, nullptr, nullptr},
-    {kSaveVideo, &video_lock, nullptr, nullptr},
+    {kSaveTitle, &title_lock, nullptr, save_title_group},
+    {kSaveOsd, &osd_lock, nullptr, save_osd_group},
+    {kSaveAlarm, &alarm_lock, nullptr, save_alarm_group},
+    {kSaveWhiteBalance, &camcontrol1_lock, nullptr, save_camcontrol1_group},
+    {kSavePicture, &camcontrol1_lock, nullptr, save_camcontrol1_group},
+    {kSaveCamcontrol2, &camcontrol2_lock, nullptr, save_camcontrol2_group},
+    {kSavePrivacy, &privacy_lock, nullptr, save_privacy_group},
+    {kSaveMotion, &motion_lock, nullptr, save_motion_group},
+    {kSaveMpegFileVideo, &mpeg_lock, nullptr, save_mpeg_group},
+    {kSaveJpegFile, &jpeg_lock, nullptr, save_jpeg_group},
+    {kSaveMpeg, &mpeg_lock, nullptr, save_mpeg_group},
+    {kSaveJpeg, &jpeg_lock, nullptr, save_jpeg_group},
+    {kSaveVideo, &video_lock, nullptr, save_video_group},
 };
 
 constexpr GroupRow kExtendedSaveRows[] = {
@@ -92,14 +97,20 @@ const GroupTable kExtendedApplyTable = table_of(kExtendedApplyRows);
 void run_group_rows(GroupTable table, uint32_t mask) {
   for (size_t i = 0; i < table.count && mask != 0; ++i) {
     const GroupRow& row = table.rows[i];
-    if ((mask & row.bit) == 0) continue;
+    if ((mask & row.bit) == 0)
+      continue;
     mask &= ~row.bit;
-    if (row.operation == nullptr) continue;
-    if (row.first_lock != nullptr) row.first_lock->lock();
-    if (row.second_lock != nullptr) row.second_lock->lock();
+    if (row.operation == nullptr)
+      continue;
+    if (row.first_lock != nullptr)
+      row.first_lock->lock();
+    if (row.second_lock != nullptr)
+      row.second_lock->lock();
     row.operation();
-    if (row.second_lock != nullptr) row.second_lock->unlock();
-    if (row.first_lock != nullptr) row.first_lock->unlock();
+    if (row.second_lock != nullptr)
+      row.second_lock->unlock();
+    if (row.first_lock != nullptr)
+      row.first_lock->unlock();
   }
 }
 

@@ -1,0 +1,200 @@
+// The flat-file scan, reader and writer. The scan reads character by character with
+// one character of push-back, as the C library's formatted scan does, so a malformed
+// line costs scans but never stops the reader. Nothing is kept between calls.
+#include "settings/flat_file.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+#include "platform/console.h"
+#include "platform/dev_root.h"
+
+namespace camrcd {
+namespace {
+
+// Whitespace as the "C" locale's isspace() knows it.
+bool is_space(int c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
+// Consumes whitespace; the first other character stays unread. Returns it (or EOF).
+int skip_space(FILE* file) {
+  int c = getc(file);
+  while (c != EOF && is_space(c))
+    c = getc(file);
+  if (c != EOF)
+    ungetc(c, file);
+  return c;
+}
+
+void store_value(const FlatKey& key, const char* value, uint8_t* group) {
+  uint8_t* field = group + key.offset;
+  switch (key.kind) {
+    case FieldKind::kByte:
+      *field = static_cast<uint8_t>(atoi(value));
+      break;
+    case FieldKind::kInt32: {
+      int32_t number = atoi(value);
+      memcpy(field, &number, sizeof number);
+      break;
+    }
+    case FieldKind::kLong: {
+      int32_t number = static_cast<int32_t>(atol(value));
+      memcpy(field, &number, sizeof number);
+      break;
+    }
+    case FieldKind::kText:
+    case FieldKind::kTextIfSet:
+      copy_text_field(reinterpret_cast<char*>(field), key.width, value);
+      break;
+    case FieldKind::kConstant:
+      break;
+  }
+}
+
+// Index of the first key that the scanned key begins with, or -1.
+int match_key(const FlatReader& reader, const char* scanned) {
+  for (size_t i = 0; i < reader.key_count; ++i) {
+    if (strncmp(scanned, reader.keys[i].name, reader.keys[i].length) == 0) {
+      return static_cast<int>(i);
+    }
+  }
+  return -1;
+}
+
+void write_line(FILE* file, const FlatLine& line, const uint8_t* group) {
+  const uint8_t* field = group + line.offset;
+  int32_t number = 0;
+  char text[kFlatValueSize];
+  switch (line.kind) {
+    case FieldKind::kConstant:
+      fputs(line.format, file);
+      break;
+    case FieldKind::kByte:
+      fprintf(file, line.format, static_cast<int>(*field));
+      break;
+    case FieldKind::kInt32:
+      memcpy(&number, field, sizeof number);
+      fprintf(file, line.format, static_cast<int>(number));
+      break;
+    case FieldKind::kLong:
+      memcpy(&number, field, sizeof number);
+      fprintf(file, line.format, static_cast<long>(number));
+      break;
+    case FieldKind::kText:
+    case FieldKind::kTextIfSet: {
+      // The field may lack its terminating zero; never read past it.
+      size_t length = strnlen(reinterpret_cast<const char*>(field), line.width);
+      if (length >= sizeof text)
+        length = sizeof text - 1;
+      memcpy(text, field, length);
+      text[length] = '\0';
+      if (line.kind == FieldKind::kTextIfSet && length == 0)
+        break;
+      fprintf(file, line.format, text);
+      break;
+    }
+  }
+}
+
+}  // namespace
+
+void copy_text_field(char* field, size_t width, const char* text) {
+  if (width == 0)
+    return;
+  size_t length = strnlen(text, width - 1);
+  memcpy(field, text, length);
+  field[length] = '\0';
+}
+
+bool scan_word(FILE* file, char* out, size_t size) {
+  int c = skip_space(file);
+  if (c == EOF)
+    return false;
+  size_t length = 0;
+  for (c = getc(file); c != EOF && !is_space(c); c = getc(file)) {
+    if (length + 1 < size)
+      out[length++] = static_cast<char>(c);
+  }
+  if (c != EOF)
+    ungetc(c, file);
+  if (size > 0)
+    out[length] = '\0';
+  return true;
+}
+
+ScanStop scan_setting(FILE* file, FlatScan* scan) {
+  if (!scan_word(file, scan->key, sizeof scan->key))
+    return ScanStop::kNoKey;
+  skip_space(file);
+  int c = getc(file);
+  if (c != '=') {
+    if (c != EOF)
+      ungetc(c, file);
+    return ScanStop::kNoEquals;
+  }
+  skip_space(file);
+  if (!scan_word(file, scan->value, sizeof scan->value))
+    return ScanStop::kNoValue;
+  return ScanStop::kComplete;
+}
+
+uint32_t read_flat_settings(FILE* file, const FlatReader& reader, void* group) {
+  FlatScan scan;
+  scan.value[0] = '\0';
+  uint32_t matched = 0;
+  for (int i = 0; i < reader.scan_bound; ++i) {
+    if (scan_setting(file, &scan) == ScanStop::kNoKey)
+      break;
+    if (reader.terminator != nullptr && strncmp(scan.key, reader.terminator, 3) == 0)
+      break;
+    int index = match_key(reader, scan.key);
+    if (index < 0)
+      continue;
+    store_value(reader.keys[index], scan.value, static_cast<uint8_t*>(group));
+    matched |= uint32_t{1} << index;
+  }
+  return matched;
+}
+
+const char* flat_path(char* out, size_t size, const char* path) {
+  return path[0] == '/' ? rooted_path(out, size, path) : web_path(out, size, path);
+}
+
+bool read_flat_file(const FlatReader& reader, void* group, uint32_t* matched) {
+  char path[kPathCapacity];
+  FILE* file = fopen(flat_path(path, sizeof path, reader.path), "re");
+  if (file == nullptr) {
+    if (reader.open_error != nullptr)
+      console_print("%s", reader.open_error);
+    return false;
+  }
+  uint32_t bits = read_flat_settings(file, reader, group);
+  fclose(file);
+  if (matched != nullptr)
+    *matched = bits;
+  return true;
+}
+
+void write_flat_lines(FILE* file, const FlatWriter& writer, const void* group) {
+  for (size_t i = 0; i < writer.line_count; ++i) {
+    write_line(file, writer.lines[i], static_cast<const uint8_t*>(group));
+  }
+}
+
+bool write_flat_file(const FlatWriter& writer, const void* group, void (*before_write)()) {
+  char path[kPathCapacity];
+  FILE* file = fopen(flat_path(path, sizeof path, writer.path), "we");
+  if (file == nullptr) {
+    if (writer.open_error != nullptr)
+      console_print("%s", writer.open_error);
+    return false;
+  }
+  if (before_write != nullptr)
+    before_write();
+  write_flat_lines(file, writer, group);
+  fclose(file);
+  return true;
+}
+
+}  // namespace camrcd
