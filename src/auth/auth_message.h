@@ -44,6 +44,32 @@ inline constexpr uint8_t kBuiltInKey[8] = {'t', 'a', 's', 'o', 'p', 'e', 'k', 0}
 // The greeting a connection receives before the exchange.
 inline constexpr char kGreeting[4] = {'1', '0', '0', '0'};
 
+// Writes type, length and status (little-endian) over the first 8 bytes of a message.
+inline void auth_write_head(uint8_t* message, uint16_t type, uint16_t length, uint32_t status) {
+  message[kAuthTypeOffset] = static_cast<uint8_t>(type);
+  message[kAuthTypeOffset + 1] = static_cast<uint8_t>(type >> 8);
+  message[kAuthLengthOffset] = static_cast<uint8_t>(length);
+  message[kAuthLengthOffset + 1] = static_cast<uint8_t>(length >> 8);
+  for (int i = 0; i < 4; ++i) {
+    message[kAuthStatusOffset + i] = static_cast<uint8_t>(status >> (8 * i));
+  }
+}
+
+inline uint16_t auth_read_type(const uint8_t* message) {
+  return static_cast<uint16_t>(message[kAuthTypeOffset] | (message[kAuthTypeOffset + 1] << 8));
+}
+
+inline uint16_t auth_read_length(const uint8_t* message) {
+  return static_cast<uint16_t>(message[kAuthLengthOffset] | (message[kAuthLengthOffset + 1] << 8));
+}
+
+inline uint32_t auth_read_status(const uint8_t* message) {
+  uint32_t status = 0;
+  for (int i = 3; i >= 0; --i)
+    status = (status << 8) | message[kAuthStatusOffset + i];
+  return status;
+}
+
 }  // namespace camrcd
 
 #endif  // CAMRCD_AUTH_AUTH_MESSAGE_H_

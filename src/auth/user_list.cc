@@ -1,0 +1,129 @@
+// User list reader. A record is scanned like the pattern "%s = %s = %s = %s": when the
+// text after a word is not "=", the record ends there and the next one starts with that
+// text. Words longer than 19 characters are cut to their first 19 (the rest of the word
+// is skipped), so no field ever overflows.
+#include "auth/user_list.h"
+
+#include <ctype.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "auth/auth_message.h"
+#include "platform/console.h"
+#include "platform/dev_root.h"
+
+namespace camrcd {
+namespace {
+
+struct UserRecord {
+  char label[kUserFieldSize];
+  char name[kUserFieldSize];
+  char password[kUserFieldSize];
+  char rights[kUserFieldSize];
+};
+
+// Skips white space and returns the next character, left unread (EOF at the end).
+int skip_space(FILE* stream) {
+  int c;
+  do {
+    c = getc(stream);
+  } while (c != EOF && isspace(c));
+  if (c != EOF)
+    ungetc(c, stream);
+  return c;
+}
+
+// One word: a run of characters without white space. False when the stream has ended.
+bool read_word(FILE* stream, char field[kUserFieldSize]) {
+  if (skip_space(stream) == EOF)
+    return false;
+  size_t length = 0;
+  int c;
+  while ((c = getc(stream)) != EOF && !isspace(c)) {
+    if (length < kUserFieldSize - 1)
+      field[length++] = static_cast<char>(c);
+  }
+  if (c != EOF)
+    ungetc(c, stream);
+  field[length] = '\0';
+  return true;
+}
+
+// White space and one "="; anything else is left unread and ends the record.
+bool read_equals(FILE* stream) {
+  if (skip_space(stream) != '=')
+    return false;
+  getc(stream);
+  return true;
+}
+
+// Returns the number of words read, or EOF when the stream ends before the first.
+// Fields beyond the words read keep what they held.
+int read_record(FILE* stream, UserRecord* record) {
+  char* fields[4] = {record->label, record->name, record->password, record->rights};
+  for (int i = 0; i < 4; ++i) {
+    if (i > 0 && !read_equals(stream))
+      return i;
+    if (!read_word(stream, fields[i]))
+      return i == 0 ? EOF : i;
+  }
+  return 4;
+}
+
+// Plain decimal conversion: leading white space and a sign, digits up to the first
+// non-digit, 0 without digits; the low 32 bits of the value.
+int32_t decimal_value(const char* text) {
+  return static_cast<int32_t>(static_cast<uint32_t>(strtol(text, nullptr, 10)));
+}
+
+int decide(uint8_t rights) {
+  if (rights & 0x01)
+    return kUserRefused;
+  if ((rights & 0x98) == 0x98)
+    return kUserAdmitted;
+  console_print("Auth Mismatch\n");
+  return kUserRefused;
+}
+
+}  // namespace
+
+int find_user_in_stream(FILE* stream, const char* sought, char name[kUserFieldSize],
+                        char password[kUserFieldSize], uint8_t* rights) {
+  // The rights word is not cleared between records: a record of three words reuses the
+  // rights of the record before it.
+  UserRecord record = {};
+  uint32_t bound = 1;
+  for (uint32_t index = 0; index <= bound; ++index) {
+    memset(record.name, 0, sizeof record.name);
+    memset(record.password, 0, sizeof record.password);
+    if (read_record(stream, &record) == EOF)
+      return kUserUnknown;
+    if (strncmp(record.label, "COUNT", 5) == 0) {
+      bound = static_cast<uint32_t>(decimal_value(record.name));
+    }
+    // Equal up to and including the field's zero byte: exact, case counting.
+    if (strncmp(record.name, sought, kUserFieldSize) != 0)
+      continue;
+    memcpy(name, record.name, kUserFieldSize);
+    memcpy(password, record.password, kUserFieldSize);
+    *rights = static_cast<uint8_t>(decimal_value(record.rights) & 0xFF);
+    return decide(*rights);
+  }
+  return kUserUnknown;
+}
+
+int find_user(const uint8_t* opening_message, char name[kUserFieldSize],
+              char password[kUserFieldSize], uint8_t* rights) {
+  char path[kPathCapacity];
+  FILE* stream = fopen(web_path(path, sizeof path, "admin/user_list.lst"), "re");
+  if (stream == nullptr) {
+    console_print("fopen() failed - /admin/user_list.lst\n");
+    return kUserListUnreadable;
+  }
+  const char* sought = reinterpret_cast<const char*>(opening_message + kAuthDataOffset);
+  int result = find_user_in_stream(stream, sought, name, password, rights);
+  fclose(stream);
+  return result;
+}
+
+}  // namespace camrcd
