@@ -1,0 +1,98 @@
+// Runs the real daemon for end-to-end tests: makes a sandbox camera root in a fresh
+// temporary directory (tools/make-sandbox with the built stub program and a free
+// port), starts the built camrcd in it as a child with CAMRCD_ROOT set and the
+// sandbox's bin first in PATH, captures its output in files, and on destruction kills
+// it (SIGKILL + waitpid) and removes the directory (kept when CAMRCD_KEEP_SANDBOX is
+// set). Every wait is bounded.
+#ifndef CAMRCD_SUPPORT_DAEMON_HARNESS_H_
+#define CAMRCD_SUPPORT_DAEMON_HARNESS_H_
+
+#include <stddef.h>
+#include <stdint.h>
+#include <sys/types.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace camrcd {
+
+// Bounds of the harness's waits.
+inline constexpr int kDaemonStartMs = 5000;
+inline constexpr int kDaemonWaitMs = 3000;
+
+struct DaemonOptions {
+  int camera_type = 1;
+  bool port_file = true;               // false: no admin/stream_port_ch1.ls
+  std::vector<std::string> arguments;  // after the program name
+  // Edits of the sandbox before the start; receives the sandbox root.
+  std::function<void(const std::string& root)> prepare;
+  bool wait_for_listen = true;  // wait for "Control listen() started" in start()
+};
+
+class DaemonHarness {
+ public:
+  explicit DaemonHarness(const DaemonOptions& options = DaemonOptions());
+  ~DaemonHarness();
+  DaemonHarness(const DaemonHarness&) = delete;
+  DaemonHarness& operator=(const DaemonHarness&) = delete;
+
+  // True when the sandbox was made and the daemon started (and, when asked for,
+  // announced its listener). On false, error() says why.
+  bool ok() const { return ok_; }
+  const std::string& error() const { return error_; }
+
+  const std::string& root() const { return root_; }
+  std::string web_path(const std::string& relative) const;  // root + web root + "/" + relative
+  uint16_t port() const { return port_; }                   // where the daemon listens
+  pid_t pid() const { return pid_; }
+
+  // Captured standard output and standard error so far.
+  std::string output() const;
+  std::string errors() const;
+  size_t count_in_output(const std::string& text) const;
+
+  // Waits until the output holds `text` at or after byte `from`; returns the offset
+  // just after it, or std::string::npos when timeout_ms passed first.
+  size_t wait_for_output(const std::string& text, int timeout_ms = kDaemonWaitMs,
+                         size_t from = 0) const;
+  // Waits until `text` occurs at least `count` times in the output.
+  bool wait_for_count(const std::string& text, size_t count, int timeout_ms = kDaemonWaitMs) const;
+
+  // Waits for the daemon to end; true with its wait status when it did in time.
+  bool wait_for_exit(int timeout_ms, int* status);
+
+  // Entries of /proc/PID/fd, or -1 when they cannot be read.
+  int open_descriptor_count() const;
+
+  // A connection whose greeting has been read, and one logged in as user; -1 on
+  // failure. The caller closes them.
+  int connect_client() const;
+  int login_client(const char* user = "demo", const char* password = "camera1") const;
+
+  // Kills the daemon and reaps it (also done by the destructor).
+  void stop();
+
+ private:
+  bool make_sandbox(const DaemonOptions& options);
+  bool start(const DaemonOptions& options);
+
+  bool ok_ = false;
+  std::string error_;
+  std::string root_;
+  uint16_t port_ = 0;
+  pid_t pid_ = -1;
+};
+
+// A TCP port on which nothing listens right now.
+uint16_t free_tcp_port();
+
+// Milliseconds of a monotonic clock.
+int64_t monotonic_ms();
+
+// Writes text to path (replacing it); false on failure.
+bool write_text_file(const std::string& path, const std::string& text);
+
+}  // namespace camrcd
+
+#endif  // CAMRCD_SUPPORT_DAEMON_HARNESS_H_
