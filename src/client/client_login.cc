@@ -1,28 +1,16 @@
 // Client login exchange: message builders, the challenge check and the four steps.
-// The sealed block is 256 bytes: the text and its zero byte, each byte XORed with
-// nonce byte (i mod 4), zero-padded, then DES-ECB encrypted under the built-in key.
+// The response is sealed with the exchange's own sealing step (auth/auth_exchange.h).
 #include "client/client_login.h"
 
 #include <string.h>
 #include <time.h>
 #include <unistd.h>
 
+#include "auth/auth_exchange.h"
 #include "auth/des.h"
 #include "client/client_socket.h"
 
 namespace camrcd {
-
-// Mixes text (zero byte included) with the nonce into a zeroed 256-byte block and
-// encrypts it under the built-in key.
-static void seal_block(uint8_t block[kAuthDataSize], const char* text, const uint8_t nonce[4]) {
-  memset(block, 0, kAuthDataSize);
-  size_t length = strnlen(text, kAuthDataSize - 1);
-  for (size_t i = 0; i <= length; i++) {
-    uint8_t byte = i < length ? static_cast<uint8_t>(text[i]) : 0;
-    block[i] = byte ^ nonce[i % 4];
-  }
-  des_crypt(kBuiltInKey, block, kAuthDataSize, kDesEncrypt, kDesEcb, nullptr);
-}
 
 uint16_t auth_field_type(const uint8_t* message) {
   return static_cast<uint16_t>(message[0] | (message[1] << 8));
@@ -50,7 +38,7 @@ void build_response_message(uint8_t message[kAuthMessageSize], const char* passw
   memset(message, 0, kAuthMessageSize);
   message[kAuthLengthOffset] = static_cast<uint8_t>(length);
   message[kAuthLengthOffset + 1] = static_cast<uint8_t>(length >> 8);
-  seal_block(message + kAuthDataOffset, password, server_nonce);
+  seal_mixed_text(password, server_nonce, message + kAuthDataOffset);
 }
 
 void read_challenge_name(const uint8_t challenge[kAuthMessageSize], const uint8_t client_nonce[4],

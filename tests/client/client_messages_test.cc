@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "auth/auth_exchange.h"
 #include "client/client_login.h"
 #include "client/client_request.h"
 #include "client/client_socket.h"
@@ -40,26 +41,32 @@ std::vector<uint8_t> oracle_seal(const std::string& text, const uint8_t nonce[4]
   return block;
 }
 
-struct SealCase {
-  const char* password;
+struct ResponseCase {
+  const char* password;  // the client's
+  const char* listed;    // the user list's
   uint8_t nonce[4];
+  uint16_t length;
+  int expected;  // check_response: 0 right, -1 malformed, -2 wrong
 };
 
-TEST(ClientLogin, ResponseBlockMatchesIndependentSeal) {
-  const SealCase cases[] = {
-      {"camera1", {0, 0, 0, 0}},
-      {"camera1", {0x12, 0x34, 0x56, 0x78}},
-      {"", {0xFF, 0xFE, 0xFD, 0xFC}},               // only the zero byte is mixed
-      {"abcdefg", {1, 2, 3, 4}},                    // zero byte ends a DES block
-      {"abcdefgh", {9, 8, 7, 6}},                   // zero byte starts the next block
-      {"nineteen-characters", {0x80, 0, 0xFF, 1}},  // the longest listed password
+TEST(ClientLogin, ResponseIsWhatTheServerAccepts) {
+  const ResponseCase cases[] = {
+      {"camera1", "camera1", {0, 0, 0, 0}, 260, 0},
+      {"camera1", "camera1", {0x12, 0x34, 0x56, 0x78}, 260, 0},
+      {"", "", {0xFF, 0xFE, 0xFD, 0xFC}, 260, 0},      // only the zero byte is mixed
+      {"abcdefg", "abcdefg", {1, 2, 3, 4}, 260, 0},    // zero byte ends a DES block
+      {"abcdefgh", "abcdefgh", {9, 8, 7, 6}, 260, 0},  // zero byte starts the next
+      {"nineteen-characters", "nineteen-characters", {0x80, 0, 0xFF, 1}, 260, 0},
+      {"camera1", "Camera1", {1, 2, 3, 4}, 260, -2},
+      {"camera", "camera1", {1, 2, 3, 4}, 260, -2},  // a prefix is no match
+      {"camera1", "camera1", {1, 2, 3, 4}, 259, -1},
+      {"camera1", "camera1", {1, 2, 3, 4}, 261, -1},
   };
-  for (const SealCase& c : cases) {
+  for (const ResponseCase& c : cases) {
     uint8_t message[kAuthMessageSize];
-    build_response_message(message, c.password, c.nonce);
-    std::vector<uint8_t> expected = oracle_seal(c.password, c.nonce);
-    EXPECT_EQ(0, memcmp(message + kAuthDataOffset, expected.data(), 256)) << c.password;
-    EXPECT_EQ(kAuthBodyLength, auth_field_length(message)) << c.password;
+    build_response_message(message, c.password, c.nonce, c.length);
+    EXPECT_EQ(c.expected, check_response(message, c.nonce, c.listed))
+        << c.password << " / " << c.listed << " / " << c.length;
   }
 }
 
@@ -103,6 +110,14 @@ TEST(ClientLogin, ChallengeNameIsReadBack) {
     read_challenge_name(challenge, c.nonce, name, sizeof(name));
     EXPECT_STREQ(c.name, name);
   }
+  uint8_t opening[kAuthMessageSize];
+  build_opening_message(opening, "demo", mixed);
+  uint8_t server_nonce[4];
+  make_challenge(opening, server_nonce, "demo");
+  char name[32];
+  read_challenge_name(opening, mixed, name, sizeof(name));
+  EXPECT_STREQ("demo", name);
+
   uint8_t response[kAuthMessageSize];
   build_response_message(response, "admin", zero);
   EXPECT_EQ(0, memcmp(response + kAuthDataOffset, admin_zero_nonce_block().data(), 256));
