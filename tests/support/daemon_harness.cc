@@ -132,7 +132,7 @@ bool DaemonHarness::make_sandbox(const DaemonOptions& options) {
     return false;
   }
   root_ = pattern;
-  port_ = free_tcp_port();
+  port_ = options.port != 0 ? options.port : free_tcp_port();
   std::vector<std::string> argv = {"/bin/bash",
                                    CAMRCD_SOURCE_DIR "/tools/make-sandbox",
                                    root_,

@@ -23,7 +23,8 @@ inline constexpr int kDaemonWaitMs = 3000;
 
 struct DaemonOptions {
   int camera_type = 1;
-  bool port_file = true;               // false: no admin/stream_port_ch1.ls
+  uint16_t port = 0;                   // where the daemon is to listen; 0 picks a free port
+  bool port_file = true;               // false: no admin/stream_port_ch1.ls (port 9001)
   std::vector<std::string> arguments;  // after the program name
   // Edits of the sandbox before the start; receives the sandbox root.
   std::function<void(const std::string& root)> prepare;
