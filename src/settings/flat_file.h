@@ -51,11 +51,11 @@ struct FlatKey {
 };
 
 // A key named as its field, converted as the field's type says.
-#define CAMRCD_FLAT_KEY(Group, field, length)                                                     \
-  camrcd::FlatKey {                                                                               \
-#field, length, camrcd::FieldKindOf < decltype(Group::field)> ::kind, offsetof(Group, field), \
-        sizeof(Group::field)                                                                      \
-  }
+// clang-format off
+#define CAMRCD_FLAT_KEY(Group, field, length)                                        \
+  camrcd::FlatKey{#field, length, camrcd::FieldKindOf<decltype(Group::field)>::kind, \
+                  offsetof(Group, field), sizeof(Group::field)}
+// clang-format on
 
 struct FlatReader {
   const char* path;        // below the web root, or absolute when it starts with '/'
