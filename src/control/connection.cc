@@ -1,0 +1,134 @@
+// The connection thread and its request loop. The user slot is taken and given back
+// under user_count_lock only; stream_restarted is read under stream_lock only; the
+// buffer is freed and the socket shut down and closed exactly once on every path.
+#include "control/connection.h"
+
+#include <pthread.h>
+#include <signal.h>
+#include <stdint.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <mutex>
+
+#include "auth/auth_exchange.h"
+#include "auth/auth_message.h"
+#include "control/dispatch.h"
+#include "control/net_io.h"
+#include "control/request_header.h"
+#include "platform/console.h"
+#include "settings/group_locks.h"
+#include "settings/settings_record.h"
+
+namespace camrcd {
+namespace {
+
+using Guard = std::lock_guard<std::mutex>;
+
+void on_alarm(int) {
+  console_print_from_signal("CountAlarm !!!!!!!!!\n");
+}
+
+// SIGPIPE ignored; SIGALRM caught with every signal blocked and no flags, so an
+// interrupted receive fails with EINTR (and is repeated) instead of restarting.
+void install_signal_dispositions() {
+  signal(SIGPIPE, SIG_IGN);
+  struct sigaction action;
+  memset(&action, 0, sizeof action);
+  action.sa_handler = on_alarm;
+  if (sigfillset(&action.sa_mask) != 0)
+    console_print("sigfillsset() Failed\n");
+  action.sa_flags = 0;
+  if (sigaction(SIGALRM, &action, nullptr) != 0)
+    console_print("sigaction() Failed for SIGALRM\n");
+}
+
+// Counts the user when fewer than kUserLimit are counted; returns whether it did.
+bool admit_user() {
+  Guard guard(user_count_lock);
+  bool counted = settings.user_count < kUserLimit;
+  if (counted)
+    ++settings.user_count;
+  console_print("\n==Start User Count =%d\n", settings.user_count);
+  return counted;
+}
+
+void close_socket(int socket) {
+  shutdown(socket, SHUT_RDWR);
+  close(socket);
+}
+
+// Reads and executes requests until one ends the connection.
+void serve_requests(int socket, uint8_t* buffer) {
+  uint8_t header[kRequestHeaderSize];
+  bool keep_serving = true;
+  while (keep_serving) {
+    RequestMasks masks = {};
+    int32_t received = net_recv_all(socket, header, sizeof header, 0);
+    if (received < 0) {
+      console_print("Error Occur 2 =%d\n", received);
+      return;
+    }
+    unsigned prefix = header[kRequestPrefixHigh] * 256u + header[kRequestPrefixLow];
+    if (prefix != kRequestPrefix) {
+      console_print("Pre-Fix Not Match %x\n", prefix);
+      continue;
+    }
+    RequestOutcome outcome = execute_request(header, socket, buffer, &masks);
+    if (outcome == RequestOutcome::kCloseNow)
+      return;
+    if (outcome == RequestOutcome::kStopAfterRequest)
+      keep_serving = false;
+    Guard guard(stream_lock);
+    if (settings.stream_restarted == 1)
+      keep_serving = false;
+  }
+}
+
+}  // namespace
+
+void serve_connection(int socket) {
+  uint8_t* buffer = static_cast<uint8_t*>(malloc(kConnectionBufferSize));
+  if (buffer == nullptr) {
+    close_socket(socket);
+    return;
+  }
+  install_signal_dispositions();
+  net_send(socket, kGreeting, sizeof kGreeting, 0);
+  bool counted = admit_user();
+  int result = authenticate_client(socket);
+  if (result != 0) {
+    console_print("Failed to Authentication. Close - SockHandle(%d), AUTHERR(%d)\n", socket,
+                  result);
+    free(buffer);
+    if (counted) {
+      Guard guard(user_count_lock);
+      --settings.user_count;
+    }
+    close_socket(socket);
+    return;
+  }
+  if (counted)
+    serve_requests(socket, buffer);  // a refused client is served nothing
+
+  console_print("Close - SockHandle(%d)\n", socket);
+  free(buffer);
+  console_print("recvbuf free \n");
+  {
+    Guard guard(user_count_lock);
+    if (counted && settings.user_count > 0)
+      --settings.user_count;
+    console_print("==Finish User Count =%d\n", settings.user_count);
+  }
+  close_socket(socket);
+}
+
+void* connection_thread(void* arg) {
+  pthread_detach(pthread_self());
+  serve_connection(static_cast<int>(reinterpret_cast<intptr_t>(arg)));
+  return nullptr;
+}
+
+}  // namespace camrcd

@@ -1,0 +1,289 @@
+// The dispatch table and the request handlers. Values a request carries are copied
+// into the record under the lock of the group that loads or saves them (selectors
+// included); loads, saves and applies take their own locks through the group table.
+#include "control/dispatch.h"
+
+#include <stddef.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <mutex>
+
+#include "actions/local_notifier.h"
+#include "control/field_copies.h"
+#include "control/net_io.h"
+#include "control/replies.h"
+#include "control/request_header.h"
+#include "platform/console.h"
+#include "settings/group_locks.h"
+#include "settings/group_masks.h"
+#include "settings/group_table.h"
+#include "settings/settings_record.h"
+
+namespace camrcd {
+namespace {
+
+using Guard = std::lock_guard<std::mutex>;
+
+// A valid motion payload: the block map, then 0x55 0xAA.
+constexpr size_t kMotionPayloadSize = kMotionBlockMapSize + 2;
+constexpr useconds_t kReadReplyWait = 5000;
+
+struct Request {
+  const uint8_t* header;
+  int socket;
+  uint8_t* buffer;
+  RequestMasks* masks;
+};
+
+// A write request that copies its fields and saves and applies fixed groups.
+struct PlainWrite {
+  const FieldCopyTable* fields;
+  uint32_t save;
+  uint32_t extended_save;
+  uint32_t apply;
+  uint32_t extended_apply;
+};
+
+using Handler = RequestOutcome (*)(const Request&, const PlainWrite*);
+
+struct DispatchRow {
+  uint8_t class_byte;
+  uint8_t sub;
+  Handler handler;  // null: a known request that does nothing yet
+  const PlainWrite* write;
+};
+
+void send_reply(const Request& r, size_t length) {
+  net_send(r.socket, r.buffer, length, 0);  // a failed send shows at the next read
+}
+
+void save_and_apply(const RequestMasks& m) {
+  save_groups(m.save, m.extended_save);
+  apply_groups(m.apply, m.extended_apply);
+}
+
+uint8_t selected_md_area() {
+  Guard guard(ptz_lock);
+  return settings.current_md;
+}
+
+uint32_t startup_load_mask() {
+  return settings.device_type == 1 ? kStartupLoadMaskFixedCamera : kStartupLoadMaskOther;
+}
+
+RequestOutcome device_info(const Request& r, const PlainWrite*) {
+  console_print("Require Info Ver %02d.%02d\n", r.header[7], r.header[6]);
+  r.masks->load = startup_load_mask();
+  load_groups(r.masks->load, r.masks->extended_load);
+  usleep(kReadReplyWait);
+  send_reply(r, build_device_info_reply(r.buffer, 0));
+  return RequestOutcome::kKeepServing;
+}
+
+RequestOutcome motion_read(const Request& r, const PlainWrite*) {
+  {
+    Guard guard(ptz_lock);
+    settings.current_md = r.header[7] == 0 ? 1 : r.header[8];
+  }
+  bool pan_tilt = settings.device_type == 2;
+  if (pan_tilt) {
+    r.masks->extended_load = kLoadMd2;
+  } else {
+    r.masks->load = kLoadMotion;
+  }
+  load_groups(r.masks->load, r.masks->extended_load);
+  usleep(kReadReplyWait);
+  send_reply(r, build_motion_reply(r.buffer, 0));
+  if (pan_tilt)
+    notify_md_area(selected_md_area());
+  return RequestOutcome::kKeepServing;
+}
+
+RequestOutcome close_request(const Request& r, const PlainWrite*) {
+  send_reply(r, build_close_reply(r.buffer, 0));
+  return RequestOutcome::kStopAfterRequest;
+}
+
+RequestOutcome video_resolution_write(const Request& r, const PlainWrite*) {
+  if (settings.test_mode)
+    console_print("Video setting\n");
+  uint8_t requested = r.header[4];
+  {
+    Guard guard(video_lock);
+    uint8_t current = settings.video.video_resolution;
+    if (requested == current)
+      return RequestOutcome::kCloseNow;
+    if (video_resolution_accepted(requested, current)) {
+      settings.video.video_resolution = requested;
+      r.masks->save |= kSaveJpegFile | kSaveVideo;
+    }
+  }
+  r.masks->apply |= kSaveVideo;
+  save_and_apply(*r.masks);
+  return RequestOutcome::kKeepServing;
+}
+
+RequestOutcome stream_settings_write(const Request& r, const PlainWrite*) {
+  {
+    Guard guard(video_lock);
+    uint8_t requested = r.header[4];
+    if (video_resolution_accepted(requested, settings.video.video_resolution)) {
+      settings.video.video_resolution = requested;
+      r.masks->save |= kSaveVideo;
+    }
+  }
+  copy_fields(kStreamMpegWriteFields, r.header);
+  copy_fields(kStreamJpegWriteFields, r.header);
+  r.masks->save |= kSaveMpegFileVideo | kSaveJpegFile;
+  r.masks->apply |= kSaveVideo;
+  save_and_apply(*r.masks);
+  return RequestOutcome::kKeepServing;
+}
+
+// Reads a motion payload of `length` bytes and tells whether it is valid.
+// A declared length may reach 65535 bytes, more than the connection buffer holds.
+// The first kConnectionBufferSize bytes are read into the buffer and the excess is
+// read and dropped: the byte stream stays in step with the client, so its next
+// header is read as a header and the connection goes on; the trailer is then
+// tested in the buffer as usual. A payload shorter than 4803 bytes cannot carry the
+// trailer, so buffer bytes it did not reach (left by earlier requests) never count.
+bool read_motion_payload(int socket, uint8_t* buffer, size_t length) {
+  size_t kept = std::min(length, kConnectionBufferSize);
+  if (kept > 0 && net_recv_all(socket, buffer, kept, 0) < 0)
+    return false;
+  uint8_t dropped[512];
+  for (size_t left = length - kept; left > 0;) {
+    size_t piece = std::min(left, sizeof dropped);
+    if (net_recv_all(socket, dropped, piece, 0) < 0)
+      return false;
+    left -= piece;
+  }
+  return kept >= kMotionPayloadSize && buffer[kMotionBlockMapSize] == kTrailerFirst &&
+         buffer[kMotionBlockMapSize + 1] == kTrailerSecond;
+}
+
+RequestOutcome motion_write(const Request& r, const PlainWrite*) {
+  uint8_t type = settings.device_type;
+  bool fixed = type == 1;
+  // The block map goes to the motion group's files on type 1, else to md2's.
+  const FieldCopyTable& fields = fixed ? kMotionWriteFields : kMd2MotionWriteFields;
+  uint16_t length = read_le16(r.header + 6);
+  copy_fields(fields, r.header);
+  {
+    Guard guard(*fields.lock);
+    settings.motion_map_length = length;
+  }
+  if (read_motion_payload(r.socket, r.buffer, length)) {
+    {
+      Guard guard(*fields.lock);
+      memcpy(settings.motion_block_map, r.buffer, kMotionBlockMapSize);
+    }
+    if (fixed) {
+      r.masks->save |= kSaveMotion;
+      r.masks->apply |= kSaveMotion;
+    } else if (r.header[9] == 0) {
+      console_print("Version Mismatch\n");
+      return RequestOutcome::kCloseNow;
+    } else {
+      r.masks->extended_save |= kSaveMd2;
+      r.masks->extended_apply |= kSaveMd2;
+    }
+    if (selected_md_area() != 0)
+      save_and_apply(*r.masks);
+  }
+  if (type == 2)
+    notify_md_area(selected_md_area());
+  return RequestOutcome::kKeepServing;
+}
+
+RequestOutcome plain_write(const Request& r, const PlainWrite* w) {
+  copy_fields(*w->fields, r.header);
+  r.masks->save |= w->save;
+  r.masks->extended_save |= w->extended_save;
+  r.masks->apply |= w->apply;
+  r.masks->extended_apply |= w->extended_apply;
+  save_and_apply(*r.masks);
+  return RequestOutcome::kKeepServing;
+}
+
+RequestOutcome reload(const Request& r) {
+  uint16_t v = static_cast<uint16_t>(r.header[kRequestClass] << 8 | r.header[kRequestSub]);
+  if (!reload_load_mask(v, &r.masks->load))
+    return RequestOutcome::kKeepServing;
+  load_groups(r.masks->load, 0);
+  send_reply(r, build_device_info_reply(r.buffer, 0));
+  return RequestOutcome::kKeepServing;
+}
+
+constexpr PlainWrite kMpegWrite = {&kMpegWriteFields, kSaveMpeg, 0, kSaveMpeg, 0};
+constexpr PlainWrite kJpegWrite = {&kJpegWriteFields, kSaveJpeg, 0, kSaveJpeg, 0};
+constexpr PlainWrite kAlarmWrite = {&kAlarmWriteFields, kSaveAlarm, 0, kSaveAlarm, 0};
+constexpr PlainWrite kOsdWrite = {&kOsdWriteFields, kSaveOsd, 0, kSaveOsd, 0};
+constexpr PlainWrite kTitleWrite = {&kTitleWriteFields, kSaveTitle, 0, kSaveTitle, 0};
+constexpr PlainWrite kPrivacyWrite = {&kPrivacyWriteFields, kSavePrivacy, 0, kSavePrivacy, 0};
+constexpr PlainWrite kPictureWrite = {&kPictureWriteFields, kSavePicture, 0, kSavePicture, 0};
+constexpr PlainWrite kWhiteBalanceWrite = {&kWhiteBalanceWriteFields, kSaveWhiteBalance, 0,
+                                           kSaveWhiteBalance, 0};
+constexpr PlainWrite kCamcontrol2Write = {&kCamcontrol2WriteFields, kSaveCamcontrol2, 0,
+                                          kSaveCamcontrol2, 0};
+
+// Walked in order: classes 0x10, 0x20, 0x40, 0x50, 0x60, each in sub-command order.
+constexpr DispatchRow kDispatchRows[] = {
+    {kClassInformation, kSubDeviceInfo, device_info, nullptr},
+    {kClassInformation, kSubMotionRead, motion_read, nullptr},
+    {kClassInformation, kSubAlarmLinkRead, nullptr, nullptr},
+    {kClassInformation, kSubPresetRead, nullptr, nullptr},
+    {kClassInformation, kSubClose, close_request, nullptr},
+    {kClassStream, kSubVideoResolution, video_resolution_write, nullptr},
+    {kClassStream, kSubMpeg, plain_write, &kMpegWrite},
+    {kClassStream, kSubJpeg, plain_write, &kJpegWrite},
+    {kClassStream, kSubAutorun, nullptr, nullptr},
+    {kClassStream, kSubStreamSettings, stream_settings_write, nullptr},
+    {kClassEvent, kSubMotionWrite, motion_write, nullptr},
+    {kClassEvent, kSubAlarm, plain_write, &kAlarmWrite},
+    {kClassEvent, kSubAlarmLink, nullptr, nullptr},
+    {kClassEvent, kSubPreset, nullptr, nullptr},
+    {kClassOverlay, kSubOsd, plain_write, &kOsdWrite},
+    {kClassOverlay, kSubTitle, plain_write, &kTitleWrite},
+    {kClassOverlay, kSubPrivacy, plain_write, &kPrivacyWrite},
+    {kClassCamera, kSubPicture, plain_write, &kPictureWrite},
+    {kClassCamera, kSubWhiteBalance, plain_write, &kWhiteBalanceWrite},
+    {kClassCamera, kSubCamcontrol2, plain_write, &kCamcontrol2Write},
+};
+
+}  // namespace
+
+bool video_resolution_accepted(uint8_t requested, uint8_t current) {
+  bool in_range = requested >= 1 && requested <= 3 && current >= 1 && current <= 3;
+  return in_range && requested != current;
+}
+
+bool reload_load_mask(uint16_t v, uint32_t* load_mask) {
+  if ((v & 0xEC00) != 0)
+    return false;
+  *load_mask = v & 0x1FF;  // bits 9 and 12 are accepted and ignored
+  return true;
+}
+
+RequestOutcome execute_request(const uint8_t* header, int socket, uint8_t* buffer,
+                               RequestMasks* masks) {
+  Request request = {header, socket, buffer, masks};
+  bool known_class = false;
+  for (const DispatchRow& row : kDispatchRows) {
+    if (row.class_byte != header[kRequestClass])
+      continue;
+    known_class = true;
+    if (row.sub != header[kRequestSub])
+      continue;
+    if (row.handler == nullptr)
+      return RequestOutcome::kKeepServing;
+    return row.handler(request, row.write);
+  }
+  if (known_class)
+    return RequestOutcome::kKeepServing;  // unknown sub-command
+  return reload(request);
+}
+
+}  // namespace camrcd
