@@ -1,6 +1,6 @@
-// Dispatch rules: video resolution acceptance, the reload bit set, routing of
-// requests that load or save nothing, and motion payloads of every declared length
-// (the connection must stay in step with the client's byte stream).
+// Dispatch rules: video resolution acceptance, the reload bit set, and motion
+// payloads of every declared length (the connection must stay in step with the
+// client's byte stream).
 #include <errno.h>
 #include <gtest/gtest.h>
 #include <string.h>
@@ -67,45 +67,9 @@ class DispatchSocketTest : public ::testing::Test {
     RequestMasks masks = {};
     return execute_request(header, ends_[0], buffer_.data(), &masks);
   }
-  // Bytes the server end has sent so far (without waiting).
-  std::vector<uint8_t> sent() {
-    std::vector<uint8_t> out(8192);
-    ssize_t n = recv(ends_[1], out.data(), out.size(), MSG_DONTWAIT);
-    out.resize(n > 0 ? static_cast<size_t>(n) : 0);
-    return out;
-  }
   int ends_[2];
   std::vector<uint8_t> buffer_;
 };
-
-TEST_F(DispatchSocketTest, RequestsWithoutGroupWork) {
-  struct Case {
-    uint8_t class_byte, sub, byte4;
-    RequestOutcome outcome;
-    size_t reply_length;
-    uint8_t reply_sub;
-  } cases[] = {
-      {0x10, 0x05, 0, RequestOutcome::kKeepServing, 0, 0},  // unknown sub-command
-      {0x60, 0x30, 0, RequestOutcome::kKeepServing, 0, 0},
-      {0x04, 0x00, 0, RequestOutcome::kKeepServing, 0, 0},  // reload bit 10: refused
-      {0x80, 0x01, 0, RequestOutcome::kKeepServing, 0, 0},
-      {0x02, 0x00, 0, RequestOutcome::kKeepServing, 133, 0x01},  // reload of nothing
-      {0x10, 0xF0, 0, RequestOutcome::kStopAfterRequest, 32, 0xF1},
-      {0x20, 0x00, 2, RequestOutcome::kCloseNow, 0, 0},  // resolution already 2
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(testing::Message() << std::hex << int(c.class_byte) << " " << int(c.sub));
-    settings.video.video_resolution = 2;
-    uint8_t header[kRequestHeaderSize] = {0x77, 0x33, c.class_byte, c.sub, c.byte4};
-    EXPECT_EQ(execute(header), c.outcome);
-    std::vector<uint8_t> reply = sent();
-    ASSERT_EQ(reply.size(), c.reply_length);
-    if (c.reply_length > 0) {
-      EXPECT_EQ(reply[kReplySub], c.reply_sub);
-    }
-    EXPECT_EQ(settings.video.video_resolution, 2);
-  }
-}
 
 TEST_F(DispatchSocketTest, MotionPayloadOfAnyDeclaredLength) {
   struct Case {
