@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "client/client_request.h"
 #include "client/client_socket.h"
 #include "support/daemon_harness.h"
 
@@ -48,6 +49,30 @@ TEST(EndToEndStartup, BannerThenListenerOnPortFilePortPlusOne) {
   EXPECT_GE(client, 0);
   if (client >= 0)
     close(client);
+}
+
+// The model line of the sandbox's product file decides the device type, which shapes
+// the device information reply (privacy block on type 1, auto-run block on type 2).
+TEST(EndToEndStartup, ProductFileDecidesTheDeviceType) {
+  struct {
+    int camera_type;
+    int32_t reply_length;
+  } cases[] = {{1, 141}, {2, 143}};
+  for (const auto& c : cases) {
+    DaemonOptions options;
+    options.camera_type = c.camera_type;
+    DaemonHarness daemon(options);
+    ASSERT_TRUE(daemon.ok()) << daemon.error();
+    int client = daemon.login_client();
+    ASSERT_GE(client, 0);
+    RequestHeader info = make_request(kClassInformation, kSubDeviceInfo);
+    ASSERT_EQ(0, send_request(client, info));
+    Reply reply;
+    EXPECT_EQ(c.reply_length, read_reply(client, &reply)) << "type " << c.camera_type;
+    EXPECT_EQ(c.camera_type, reply.bytes[13]);
+    EXPECT_TRUE(reply_trailer_ok(reply));
+    close(client);
+  }
 }
 
 TEST(EndToEndStartup, TestModeOnlyForAFirstArgumentStartingWithCapitalT) {
