@@ -4,7 +4,6 @@
 #define OPENSSL_SUPPRESS_DEPRECATED
 #include <openssl/des.h>
 #include <stdint.h>
-#include <string.h>
 
 #include <chrono>
 
@@ -14,10 +13,10 @@
 namespace {
 
 constexpr size_t kBufferSize = 256;
-constexpr int kRounds = 5;
+constexpr int kRounds = 8;
 constexpr double kSecondsPerRound = 0.5;
 
-uint8_t sink;  // keeps the output alive
+volatile uint8_t sink;  // keeps the output alive
 
 using Clock = std::chrono::steady_clock;
 
@@ -35,28 +34,18 @@ void theirs(uint8_t* buffer) {
   }
 }
 
-// Best MB/s over kRounds timed rounds of about kSecondsPerRound each.
-double throughput(void (*encrypt)(uint8_t*)) {
-  uint8_t buffer[kBufferSize];
-  for (size_t i = 0; i < kBufferSize; ++i)
-    buffer[i] = static_cast<uint8_t>(i * 7);
-  double best = 0;
-  for (int round = 0; round < kRounds; ++round) {
-    size_t calls = 0;
-    Clock::time_point start = Clock::now();
-    double elapsed = 0;
-    do {
-      for (int i = 0; i < 1000; ++i)
-        encrypt(buffer);
-      calls += 1000;
-      elapsed = std::chrono::duration<double>(Clock::now() - start).count();
-    } while (elapsed < kSecondsPerRound);
-    double rate = static_cast<double>(calls * kBufferSize) / elapsed / 1e6;
-    if (rate > best)
-      best = rate;
-  }
-  sink ^= buffer[0];
-  return best;
+// MB/s of one timed round of about kSecondsPerRound.
+double one_round(void (*encrypt)(uint8_t*), uint8_t* buffer) {
+  size_t calls = 0;
+  Clock::time_point start = Clock::now();
+  double elapsed = 0;
+  do {
+    for (int i = 0; i < 1000; ++i)
+      encrypt(buffer);
+    calls += 1000;
+    elapsed = std::chrono::duration<double>(Clock::now() - start).count();
+  } while (elapsed < kSecondsPerRound);
+  return static_cast<double>(calls * kBufferSize) / elapsed / 1e6;
 }
 
 }  // namespace
@@ -64,10 +53,24 @@ double throughput(void (*encrypt)(uint8_t*)) {
 int main() {
   static const_DES_cblock key = {0x13, 0x34, 0x57, 0x79, 0x9b, 0xbc, 0xdf, 0xf1};
   DES_set_key_unchecked(&key, &openssl_schedule);
-  double our_rate = throughput(ours);
-  double their_rate = throughput(theirs);
+  // Rounds alternate between the two so that both see the same machine load; the best
+  // round of each counts.
+  uint8_t buffer[kBufferSize];
+  for (size_t i = 0; i < kBufferSize; ++i)
+    buffer[i] = static_cast<uint8_t>(i * 7);
+  double our_rate = 0;
+  double their_rate = 0;
+  for (int round = 0; round < kRounds; ++round) {
+    double rate = one_round(ours, buffer);
+    if (rate > our_rate)
+      our_rate = rate;
+    rate = one_round(theirs, buffer);
+    if (rate > their_rate)
+      their_rate = rate;
+  }
+  sink = buffer[0];
   camrcd::console_print("des_crypt ECB, 256-byte buffers:       %8.1f MB/s\n", our_rate);
   camrcd::console_print("DES_ecb_encrypt, 256-byte buffers:     %8.1f MB/s\n", their_rate);
   camrcd::console_print("ratio des_crypt / DES_ecb_encrypt:     %8.3f\n", our_rate / their_rate);
-  return sink == 0x5a ? 0 : 0;
+  return 0;
 }
