@@ -1,5 +1,5 @@
 // The setting scan against the C library's own "%s = %s" scan, the reader's loop
-// rules (bound, terminator, prefix keys, kept values, cuts) and the writer's kinds.
+// rules (bound, terminator, prefix keys, kept values, cuts).
 #include <gtest/gtest.h>
 #include <stdio.h>
 #include <string.h>
@@ -130,32 +130,6 @@ TEST(FlatReaderLoop, FollowsTheScanRules) {
   };
   for (const Case& c : cases)
     EXPECT_EQ(read_probe(c.text), c.fields) << c.text;
-}
-
-TEST(FlatWriterLines, FormatsEachKind) {
-  struct Image {
-    uint8_t byte;
-    int32_t number;
-    int32_t rate;
-    char full[4];  // no terminating zero
-    char empty[4];
-  } image = {200, -7, 123456, {'a', 'b', 'c', 'd'}, ""};
-  const FlatLine lines[] = {
-      CAMRCD_FLAT_LINE("B = %d\n", Image, byte),
-      CAMRCD_FLAT_LINE("N = %d\n", Image, number),
-      CAMRCD_FLAT_LINE_AS("R = %ld\n", FieldKind::kLong, Image, rate),
-      CAMRCD_FLAT_LINE("F = %s\n", Image, full),
-      CAMRCD_FLAT_LINE_AS("E = %s\n", FieldKind::kTextIfSet, Image, empty),
-      CAMRCD_FLAT_LINE("E = %s\n", Image, empty),
-      CAMRCD_FLAT_CONSTANT("end\n"),
-  };
-  char* buffer = nullptr;
-  size_t size = 0;
-  FILE* file = open_memstream(&buffer, &size);
-  write_flat_lines(file, FlatWriter{"x", lines, 7, nullptr}, &image);
-  fclose(file);
-  EXPECT_EQ(std::string(buffer, size), "B = 200\nN = -7\nR = 123456\nF = abcd\nE = \nend\n");
-  free(buffer);
 }
 
 }  // namespace
