@@ -13,10 +13,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <mutex>
+
 #include "actions/command_runner.h"
 #include "control/connection.h"
 #include "platform/console.h"
 #include "platform/dev_root.h"
+#include "settings/group_locks.h"
 #include "settings/group_masks.h"
 #include "settings/group_table.h"
 #include "settings/product_identity.h"
@@ -87,8 +90,13 @@ void start_connection_thread(int connection) {
     sockaddr_in peer;
     socklen_t peer_length = sizeof peer;  // 16, an IPv4 socket address
     console_print("======================================\n");
+    int32_t control_port;
+    {
+      std::lock_guard<std::mutex> hold(network_lock);
+      control_port = settings.control_port;
+    }
     console_print("==Accept wait!!! %x ControlPort=%d, pub_C_Port= %d\n", bound.sin_port,
-                  ntohs(bound.sin_port), settings.control_port);
+                  ntohs(bound.sin_port), control_port);
     int connection =
         accept4(listener, reinterpret_cast<sockaddr*>(&peer), &peer_length, SOCK_CLOEXEC);
     if (connection < 0) {

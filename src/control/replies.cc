@@ -1,6 +1,5 @@
 // Reply builders over the settings record. Each group's fields are copied under
-// that group's lock, one lock at a time; the network group has no lock (its reader
-// runs without one).
+// that group's lock, one lock at a time (network_lock for the network group).
 #include "control/replies.h"
 
 #include <string.h>
@@ -43,6 +42,7 @@ void put_text(uint8_t* out, const char* text, size_t field_size, size_t width) {
 }
 
 void put_network(uint8_t* b) {
+  std::lock_guard<std::mutex> hold(network_lock);
   const NetworkGroup& n = settings.network;
   for (int i = 0; i < 6; ++i)
     b[32 + i] = n.mac_address[5 - i];

@@ -1,4 +1,4 @@
-// Storage of the thirteen mutexes; std::mutex is constant-initialised, so they are
+// Storage of the mutexes; std::mutex is constant-initialised, so they are
 // ready before any code runs.
 #include "settings/group_locks.h"
 
@@ -17,5 +17,6 @@ std::mutex motion_lock;
 std::mutex ptz_lock;
 std::mutex user_count_lock;
 std::mutex stream_lock;
+std::mutex network_lock;
 
 }  // namespace camrcd

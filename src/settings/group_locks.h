@@ -1,5 +1,5 @@
-// The thirteen process-wide mutexes: eleven group locks, user_count_lock and
-// stream_lock. A group lock is held for the whole of its group's file read, file
+// The process-wide mutexes: eleven group locks, user_count_lock, stream_lock and
+// network_lock. A group lock is held for the whole of its group's file read, file
 // write or device action. The only nestings: osd_lock then title_lock (osd load),
 // and stream_lock inside the video, mpeg and jpeg actions.
 #ifndef CAMRCD_SETTINGS_GROUP_LOCKS_H_
@@ -22,6 +22,9 @@ extern std::mutex motion_lock;
 extern std::mutex ptz_lock;
 extern std::mutex user_count_lock;
 extern std::mutex stream_lock;
+// Guards the network group's fields and control_port. Two requests may reload the
+// network group at once, and the replies and the accept loop read it meanwhile.
+extern std::mutex network_lock;
 
 }  // namespace camrcd
 

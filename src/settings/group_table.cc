@@ -16,7 +16,7 @@ namespace camrcd {
 namespace {
 
 constexpr GroupRow kLoadRows[] = {
-    {kLoadNetwork, nullptr, nullptr, load_network_group},
+    {kLoadNetwork, &network_lock, nullptr, load_network_group},
     {kLoadOsd, &osd_lock, &title_lock, load_osd_group},
     {kLoadAlarm, &alarm_lock, nullptr, load_alarm_group},
     {kLoadCamcontrol1, &camcontrol1_lock, nullptr, load_camcontrol1_group},

@@ -1,6 +1,6 @@
 // The network group: the MAC address from /tmp/macaddr.ls (an absolute path) and
 // the web and stream ports from admin/stream_port_ch1.ls. The listener's port is
-// CONNECT_PORT + 1. Neither file is ever written; the load takes no group lock.
+// CONNECT_PORT + 1. Neither file is ever written; the load runs under network_lock.
 #ifndef CAMRCD_SETTINGS_NETWORK_GROUP_H_
 #define CAMRCD_SETTINGS_NETWORK_GROUP_H_
 

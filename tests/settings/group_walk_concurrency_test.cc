@@ -72,7 +72,7 @@ TEST(GroupWalkConcurrency, RowOrderUnderTheRowLocks) {
   } cases[] = {
       {"every load row", kLoadTable, 0x7FF, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10}},
       {"osd load holds osd and title locks", kLoadTable, 0x008, {1}},
-      {"network takes no lock", kLoadTable, 0x200, {0}},
+      {"network under network_lock", kLoadTable, 0x200, {0}},
       {"video before title is still title first", kSaveTable, 0x002 | 0x001, {0, 12}},
       {"mpeg twice, 0x1000 first", kSaveTable, 0x004 | 0x1000, {8, 10}},
       {"camcontrol1 twice", kSaveTable, 0x400 | 0x040, {3, 4}},
