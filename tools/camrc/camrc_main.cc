@@ -54,6 +54,8 @@ const char kUsage[] =
     "write commands (an option not given leaves its setting unchanged):\n";
 
 const char kExitStatuses[] =
+    "  --resolution: 1 quadvga+vga, 2 vga+vga, 3 vga+qvga; alarm --mode: 1, 128, 64 or 192\n"
+    "  numbers are decimal or 0x hexadecimal\n"
     "exit status: 0 success, 2 usage error, 3 connection refused or unreachable,\n"
     "  4 login refused, 5 the server ended the connection before its reply,\n"
     "  6 bad reply or none in time\n";
