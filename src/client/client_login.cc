@@ -12,19 +12,6 @@
 
 namespace camrcd {
 
-uint16_t auth_field_type(const uint8_t* message) {
-  return static_cast<uint16_t>(message[0] | (message[1] << 8));
-}
-
-uint16_t auth_field_length(const uint8_t* message) {
-  return static_cast<uint16_t>(message[2] | (message[3] << 8));
-}
-
-uint32_t auth_field_status(const uint8_t* message) {
-  const uint8_t* p = message + kAuthStatusOffset;
-  return p[0] | (p[1] << 8) | (p[2] << 16) | (static_cast<uint32_t>(p[3]) << 24);
-}
-
 void build_opening_message(uint8_t message[kAuthMessageSize], const char* user,
                            const uint8_t client_nonce[4]) {
   memset(message, 0, kAuthMessageSize);
@@ -36,8 +23,7 @@ void build_opening_message(uint8_t message[kAuthMessageSize], const char* user,
 void build_response_message(uint8_t message[kAuthMessageSize], const char* password,
                             const uint8_t server_nonce[4], uint16_t length) {
   memset(message, 0, kAuthMessageSize);
-  message[kAuthLengthOffset] = static_cast<uint8_t>(length);
-  message[kAuthLengthOffset + 1] = static_cast<uint8_t>(length >> 8);
+  auth_write_head(message, 0, length, 0);
   seal_mixed_text(password, server_nonce, message + kAuthDataOffset);
 }
 
@@ -103,7 +89,7 @@ LoginResult client_login(int socket, const char* user, const char* password) {
   uint8_t answer[kAuthMessageSize];
   if ((code = login_read_answer(socket, answer)) != 0)
     return ended(code);
-  uint32_t status = auth_field_status(answer);
+  uint32_t status = auth_read_status(answer);
   if (status != kAuthStatusChallenge)
     return LoginResult{kLoginRefused, status, 0};
   if ((code = login_send_response(socket, password, answer + kAuthNonceOffset)) != 0) {
@@ -112,7 +98,7 @@ LoginResult client_login(int socket, const char* user, const char* password) {
   uint8_t verdict[kAuthVerdictSize];
   if ((code = login_read_verdict(socket, verdict)) != 0)
     return ended(code);
-  status = auth_field_status(verdict);
+  status = auth_read_status(verdict);
   return LoginResult{status == kAuthStatusAuthenticated ? kLoginLoggedIn : kLoginRejected, status,
                      0};
 }

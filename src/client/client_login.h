@@ -28,11 +28,6 @@ struct LoginResult {
   int32_t code;     // socket result code when the connection ended, else 0
 };
 
-// Reads the little-endian fields of an auth message or verdict.
-uint16_t auth_field_type(const uint8_t* message);
-uint16_t auth_field_length(const uint8_t* message);
-uint32_t auth_field_status(const uint8_t* message);
-
 // Opening message: all zero except the nonce at 8 and the user name at 12 (cut to
 // 255 characters so that its zero byte fits).
 void build_opening_message(uint8_t message[kAuthMessageSize], const char* user,

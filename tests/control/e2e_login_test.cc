@@ -63,9 +63,9 @@ TEST(EndToEndLogin, RefusalsEchoTheOpeningMessage) {
     uint8_t opening[kAuthMessageSize];
     uint8_t answer[kAuthMessageSize];
     open_as(s, c.user, opening, answer);
-    EXPECT_EQ(kAuthTypeAnswer, auth_field_type(answer)) << c.user;
-    EXPECT_EQ(0, auth_field_length(answer)) << c.user;
-    EXPECT_EQ(c.status, auth_field_status(answer)) << c.user;
+    EXPECT_EQ(kAuthTypeAnswer, auth_read_type(answer)) << c.user;
+    EXPECT_EQ(0, auth_read_length(answer)) << c.user;
+    EXPECT_EQ(c.status, auth_read_status(answer)) << c.user;
     EXPECT_EQ(0, memcmp(answer + 8, opening + 8, kAuthMessageSize - 8)) << c.user;
     EXPECT_TRUE(client_wait_closed(s, kDaemonWaitMs)) << c.user;
     close(s);
@@ -98,9 +98,9 @@ TEST(EndToEndLogin, ChallengeAndVerdicts) {
     uint8_t opening[kAuthMessageSize];
     uint8_t challenge[kAuthMessageSize];
     open_as(s, c.user, opening, challenge);
-    EXPECT_EQ(kAuthTypeAnswer, auth_field_type(challenge));
-    EXPECT_EQ(kAuthBodyLength, auth_field_length(challenge));
-    ASSERT_EQ(kAuthStatusChallenge, auth_field_status(challenge));
+    EXPECT_EQ(kAuthTypeAnswer, auth_read_type(challenge));
+    EXPECT_EQ(kAuthBodyLength, auth_read_length(challenge));
+    ASSERT_EQ(kAuthStatusChallenge, auth_read_status(challenge));
     char sealed_name[32];
     read_challenge_name(challenge, opening + kAuthNonceOffset, sealed_name, sizeof(sealed_name));
     EXPECT_STREQ(c.user, sealed_name);
@@ -108,9 +108,9 @@ TEST(EndToEndLogin, ChallengeAndVerdicts) {
     ASSERT_EQ(0, login_send_response(s, c.password, challenge + kAuthNonceOffset, c.length));
     uint8_t verdict[kAuthVerdictSize];
     ASSERT_EQ(0, login_read_verdict(s, verdict));
-    EXPECT_EQ(kAuthTypeVerdict, auth_field_type(verdict));
-    EXPECT_EQ(0, auth_field_length(verdict));
-    EXPECT_EQ(c.verdict, auth_field_status(verdict)) << c.user << "/" << c.password;
+    EXPECT_EQ(kAuthTypeVerdict, auth_read_type(verdict));
+    EXPECT_EQ(0, auth_read_length(verdict));
+    EXPECT_EQ(c.verdict, auth_read_status(verdict)) << c.user << "/" << c.password;
     if (c.verdict == kAuthStatusAuthenticated) {
       EXPECT_TRUE(close_served(s));
     } else {
