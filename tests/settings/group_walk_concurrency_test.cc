@@ -1,11 +1,10 @@
 // The group walker: rows run in table order whatever order the bits were set in,
-// each operation under its row's locks (checked from another thread), and rows
-// naming the same group run again.
+// each operation under its row's locks (checked from another thread), rows naming
+// the same group run again, and every lock is free afterwards.
 #include <gtest/gtest.h>
 
 #include <mutex>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "settings/group_locks.h"
@@ -14,54 +13,29 @@
 namespace camrcd {
 namespace {
 
-struct Walk {
-  std::vector<GroupRow> rows;
-  std::vector<size_t> order;  // row indexes, as the operations ran
-  bool locks_held = true;     // every row's locks were held during its operation
-};
-Walk* walk = nullptr;
+std::vector<GroupRow> rows;  // a real table's rows, their operations replaced
+std::vector<size_t> order;   // row indexes, as the operations ran
+bool locks_held = true;      // every row's locks were held during its operation
 
 bool held_elsewhere(std::mutex* lock) {
-  if (lock == nullptr)
-    return true;
   bool taken = false;
-  std::thread other([&] {
-    taken = lock->try_lock();
-    if (taken)
+  std::thread([&] {
+    if ((taken = lock->try_lock()))
       lock->unlock();
-  });
-  other.join();
+  }).join();
   return !taken;
 }
 
 template <size_t Index>
 void record() {
-  walk->order.push_back(Index);
-  const GroupRow& row = walk->rows[Index];
-  walk->locks_held =
-      walk->locks_held && held_elsewhere(row.first_lock) && held_elsewhere(row.second_lock);
+  order.push_back(Index);
+  for (std::mutex* lock : {rows[Index].first_lock, rows[Index].second_lock})
+    locks_held = locks_held && (lock == nullptr || held_elsewhere(lock));
 }
 
-template <size_t... Index>
-std::vector<GroupRow> recording_rows(GroupTable table, std::index_sequence<Index...>) {
-  constexpr GroupOperation kRecorders[] = {record<Index>...};
-  std::vector<GroupRow> rows;
-  for (size_t i = 0; i < table.count && i < sizeof...(Index); ++i) {
-    rows.push_back(table.rows[i]);
-    rows.back().operation = kRecorders[i];
-  }
-  return rows;
-}
-
-std::vector<size_t> walk_rows(GroupTable table, uint32_t mask, bool* locks_held) {
-  Walk state;
-  state.rows = recording_rows(table, std::make_index_sequence<16>());
-  walk = &state;
-  run_group_rows(GroupTable{state.rows.data(), state.rows.size()}, mask);
-  walk = nullptr;
-  *locks_held = state.locks_held;
-  return state.order;
-}
+constexpr GroupOperation kRecorders[] = {record<0>,  record<1>,  record<2>, record<3>, record<4>,
+                                         record<5>,  record<6>,  record<7>, record<8>, record<9>,
+                                         record<10>, record<11>, record<12>};
 
 TEST(GroupWalkConcurrency, RowOrderUnderTheRowLocks) {
   struct Case {
@@ -80,16 +54,18 @@ TEST(GroupWalkConcurrency, RowOrderUnderTheRowLocks) {
       {"extended load", kExtendedLoadTable, 0x400 | 0x080, {0, 2}},
   };
   for (const Case& c : cases) {
-    bool locks_held = false;
-    EXPECT_EQ(walk_rows(c.table, c.mask, &locks_held), c.rows_run) << c.name;
+    ASSERT_LE(c.table.count, sizeof kRecorders / sizeof kRecorders[0]);
+    rows.assign(c.table.rows, c.table.rows + c.table.count);
+    for (size_t i = 0; i < rows.size(); ++i)
+      rows[i].operation = kRecorders[i];
+    order.clear();
+    locks_held = true;
+    run_group_rows(GroupTable{rows.data(), rows.size()}, c.mask);
+    EXPECT_EQ(order, c.rows_run) << c.name;
     EXPECT_TRUE(locks_held) << c.name;
   }
-  EXPECT_EQ(kLoadTable.rows[1].first_lock, &osd_lock);
-  EXPECT_EQ(kLoadTable.rows[1].second_lock, &title_lock);
-  // Every lock is free again after the walks.
-  for (std::mutex* lock : {&osd_lock, &title_lock, &mpeg_lock, &camcontrol1_lock}) {
+  for (std::mutex* lock : {&osd_lock, &title_lock, &mpeg_lock, &camcontrol1_lock})
     EXPECT_FALSE(held_elsewhere(lock));
-  }
 }
 
 }  // namespace
