@@ -1,11 +1,14 @@
 // Stub log reader: undoes the stub's quoting (\\ \" \n \t \r \xNN) line by line.
 #include "support/stub_log.h"
 
+#include <ctype.h>
 #include <stdio.h>
+#include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <thread>
@@ -13,57 +16,27 @@
 namespace camrcd {
 namespace {
 
-int hex_value(char c) {
-  if (c >= '0' && c <= '9')
-    return c - '0';
-  if (c >= 'a' && c <= 'f')
-    return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F')
-    return c - 'A' + 10;
-  return -1;
-}
-
 // Reads one quoted argument starting at line[*at] == '"'; advances past the quote.
 bool parse_quoted(const std::string& line, size_t* at, std::string* out) {
-  size_t i = *at + 1;
+  static const char kEscapes[] = "\\\\\"\"n\nt\tr\r";  // pairs: the escape letter, its byte
   out->clear();
-  while (i < line.size() && line[i] != '"') {
-    char c = line[i++];
-    if (c != '\\') {
-      out->push_back(c);
+  size_t i = *at + 1;
+  for (; i < line.size() && line[i] != '"'; ++i) {
+    if (line[i] != '\\') {
+      out->push_back(line[i]);
       continue;
     }
-    if (i >= line.size())
+    if (++i >= line.size())
       return false;
-    char kind = line[i++];
-    switch (kind) {
-      case '\\':
-        out->push_back('\\');
-        break;
-      case '"':
-        out->push_back('"');
-        break;
-      case 'n':
-        out->push_back('\n');
-        break;
-      case 't':
-        out->push_back('\t');
-        break;
-      case 'r':
-        out->push_back('\r');
-        break;
-      case 'x': {
-        if (i + 2 > line.size())
-          return false;
-        int high = hex_value(line[i]), low = hex_value(line[i + 1]);
-        if (high < 0 || low < 0)
-          return false;
-        out->push_back(static_cast<char>(high * 16 + low));
-        i += 2;
-        break;
-      }
-      default:
-        return false;
+    const char* pair = line[i] != '\0' ? strchr(kEscapes, line[i]) : nullptr;
+    if (pair != nullptr && (pair - kEscapes) % 2 == 0) {
+      out->push_back(pair[1]);
+    } else if (line[i] == 'x' && i + 2 < line.size() && isxdigit(line[i + 1]) &&
+               isxdigit(line[i + 2])) {
+      out->push_back(static_cast<char>(std::stoi(line.substr(i + 1, 2), nullptr, 16)));
+      i += 2;
+    } else {
+      return false;
     }
   }
   if (i >= line.size())
@@ -80,13 +53,6 @@ std::vector<std::string> read_lines(const std::string& path) {
   return lines;
 }
 
-void make_directories(const std::string& path) {
-  for (size_t slash = path.find('/', 1); slash != std::string::npos;
-       slash = path.find('/', slash + 1)) {
-    mkdir(path.substr(0, slash).c_str(), 0755);
-  }
-}
-
 }  // namespace
 
 std::string stub_binary_path() {
@@ -94,14 +60,11 @@ std::string stub_binary_path() {
 }
 
 bool install_stub(const std::string& path) {
-  make_directories(path);
-  std::ifstream in(stub_binary_path(), std::ios::binary);
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  if (!in || !out)
-    return false;
-  out << in.rdbuf();
-  out.close();
-  return out.good() && chmod(path.c_str(), 0755) == 0;
+  std::error_code error;
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
+  return std::filesystem::copy_file(stub_binary_path(), path,
+                                    std::filesystem::copy_options::overwrite_existing, error) &&
+         chmod(path.c_str(), 0755) == 0;
 }
 
 bool parse_stub_call(const std::string& line, StubCall* call) {

@@ -1,0 +1,262 @@
+// The device actions: the exact text of their command lines (option words, decimal
+// numbers, trailing blanks); the runner (signals reset in the child, an interrupted
+// wait resumed); the local notices (the 32 bytes on the loopback address, the result,
+// no socket left behind); and the actions through the real shell against stub
+// programs in a root whose name needs quoting (the calls of an apply mask in order,
+// hostile titles, the descriptors that reach a child, stream_restarted).
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <mutex>
+#include <numeric>
+#include <string>
+#include <vector>
+
+#include "actions/command_runner.h"
+#include "actions/device_actions.h"
+#include "actions/local_notifier.h"
+#include "platform/dev_root.h"
+#include "settings/group_locks.h"
+#include "settings/group_table.h"
+#include "support/stub_log.h"
+
+// The cases name a group's file-image fields and leave its wire fields zero.
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
+
+namespace camrcd {
+namespace {
+
+template <typename Group>
+std::string line_of(size_t (*build)(char*, size_t, const Group&), const Group& group) {
+  char line[kCommandLineCapacity];
+  return build(line, sizeof line, group) != 0 ? line : "<not built>";
+}
+
+TEST(ActionLines, ExactText) {
+  ASSERT_TRUE(dev_root_init(""));
+  auto alarm = [](AlarmGroup group) { return line_of(build_alarm_line, group); };
+  auto white_balance = [](uint8_t wb, uint8_t wb_manual, uint8_t blc) {
+    return line_of(build_white_balance_line, {0, 0, 0, 0, 0, 0, 0, 0, wb, wb_manual, blc});
+  };
+  struct Case {
+    std::string built;
+    const char* line;  // after the web root's admin/ folder
+  } cases[] = {
+      // ALARMIN_EN, NO_NC, IN_NAME, ALARMOUT_EN, OUT_WIR, OUT_DURATION; switches on at 1 only
+      {alarm({1, 0, "", 1, 3, 30}), "ctrl_gpio -s s1 -n s1 -R r1 -a sm -l 30 "},
+      {alarm({0, 1, "", 2, 7, 0}), "ctrl_gpio -e s1 -o s1 -E r1 -a none -l 0 "},
+      {alarm({2, 2, "", 0, 0, 255}), "ctrl_gpio -e s1 -n s1 -E r1 -a none -l 255 "},
+      {alarm({1, 1, "", 1, 1, 5}), "ctrl_gpio -s s1 -o s1 -R r1 -a s -l 5 "},
+      {alarm({1, 1, "", 1, 2, 5}), "ctrl_gpio -s s1 -o s1 -R r1 -a m -l 5 "},
+      // WB, WB_MANUAL, BLC: without a back-light word the line ends with the blank before it
+      {white_balance(2, 5, 0), "ctrl_dspset -i 2 -v 5 "},
+      {white_balance(2, 5, 1), "ctrl_dspset -i 2 -v 5 -l off"},
+      {white_balance(2, 5, 2), "ctrl_dspset -i 2 -v 5 -l blc1"},
+      {white_balance(2, 5, 3), "ctrl_dspset -i 2 -v 5 -l blc2"},
+      {white_balance(0, 255, 4), "ctrl_dspset -i 0 -v 255 -l blc3"},
+      {white_balance(10, 100, 5), "ctrl_dspset -i 10 -v 100 "},
+      // MONOCHROME, NEGATIVE, COLOR_BAR, SENSORUP
+      {line_of(build_camcontrol2_line, {1, 1, 1, 0}), "ctrl_dspset -e on -f on -x on -n 0"},
+      {line_of(build_camcontrol2_line, {0, 2, 0, 15}), "ctrl_dspset -e off -f off -x off -n 15"},
+      {line_of(build_camcontrol2_line, {2, 0, 2, 255}), "ctrl_dspset -e off -f off -x off -n 255"},
+      // VIDEO_TYPE, video_resolution: NT at type 1 only, QVGA at resolution 1 only
+      {line_of(build_tv_system_line, {1, 1}), "write_NTQVGA_tvsystem > /dev/null"},
+      {line_of(build_tv_system_line, {1, 2}), "write_NTVGA_tvsystem > /dev/null"},
+      {line_of(build_tv_system_line, {2, 1}), "write_PALQVGA_tvsystem > /dev/null"},
+      {line_of(build_tv_system_line, {0, 0}), "write_PALVGA_tvsystem > /dev/null"},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(c.built, std::string(kWebRoot) + "/admin/" + c.line);
+  char small[40] = "x";  // lines that do not fit are not built
+  EXPECT_EQ(build_alarm_line(small, sizeof small, AlarmGroup{}), 0u);
+  EXPECT_STREQ(small, "");
+  EXPECT_EQ(build_title_line(small, sizeof small, "a title far too long for forty bytes"), 0u);
+}
+
+void on_alarm(int) {}
+
+// The server's own signal state (SIGPIPE ignored, a handler without SA_RESTART, a
+// signal blocked) is left in place for the rest of the tests: the runner resets it.
+TEST(CommandRunner, ChildGetsDefaultSignalsAndTheWaitOutlastsEintr) {
+  signal(SIGPIPE, SIG_IGN);
+  struct sigaction handler = {};
+  handler.sa_handler = on_alarm;
+  sigaction(SIGALRM, &handler, nullptr);
+  sigset_t blocked;
+  sigemptyset(&blocked);
+  sigaddset(&blocked, SIGUSR1);
+  pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
+  ualarm(20000, 0);  // while the child sleeps
+  std::string path = "/tmp/camrcd-runner." + std::to_string(getpid());
+  run_command_line(("sleep 0.2; grep -E '^Sig(Blk|Ign)' /proc/self/status > " + path).c_str());
+  FILE* status = fopen(path.c_str(), "re");  // complete only if the runner waited
+  unsigned long long blocked_set = ~0ull, ignored_set = ~0ull;
+  ASSERT_NE(status, nullptr);
+  EXPECT_EQ(fscanf(status, "SigBlk: %llx SigIgn: %llx", &blocked_set, &ignored_set), 2);
+  fclose(status);
+  unlink(path.c_str());
+  EXPECT_EQ(blocked_set, 0u);
+  EXPECT_EQ(ignored_set & (1ull << (SIGPIPE - 1)), 0u);
+}
+
+// A UDP socket bound to 127.0.0.1:*port (0 picks one, stored back); -1 when taken.
+// A datagram sent on the loopback address is queued before sendto returns, so the
+// receiver reads without waiting.
+int bind_receiver(uint16_t* port) {
+  int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address = {AF_INET, htons(*port), {htonl(INADDR_LOOPBACK)}, {}};
+  socklen_t length = sizeof address;
+  if (bind(descriptor, reinterpret_cast<sockaddr*>(&address), length) != 0) {
+    close(descriptor);
+    return -1;
+  }
+  getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length);
+  *port = ntohs(address.sin_port);
+  return descriptor;
+}
+
+TEST(LocalNotifier, BytesPortResultAndNoSocketLeft) {
+  uint16_t port = kLocalNoticePort;  // the service port when it is free, else any
+  int receiver = bind_receiver(&port);
+  if (receiver < 0)
+    receiver = bind_receiver(&(port = 0));
+  ASSERT_GE(receiver, 0);
+  for (uint8_t area : {3, 255, 0, 254}) {
+    uint8_t notice[kLocalNoticeSize];
+    build_md_area_notice(area, notice);
+    port == kLocalNoticePort ? notify_md_area(area) : (void)local_notify(port, notice);
+    std::vector<uint8_t> expected = {
+        0x31, 0x30, 0xFF, 0x01, 0, 0, static_cast<uint8_t>(area == 255 ? 0x81 : 0x82), area, 0xFF};
+    expected.resize(kLocalNoticeSize);
+    uint8_t got[64];
+    ssize_t size = recv(receiver, got, sizeof got, MSG_DONTWAIT);
+    EXPECT_EQ(std::vector<uint8_t>(got, got + std::max<ssize_t>(size, 0)), expected) << int{area};
+  }
+  close(receiver);
+  close(bind_receiver(&(port = 0)));                 // a port nobody listens on: sent all the same
+  for (uint16_t to : {port, uint16_t{0}}) {          // port 0 refuses the send
+    int lowest_free = fcntl(0, F_DUPFD_CLOEXEC, 0);  // a leaked socket would take it
+    close(lowest_free);
+    EXPECT_EQ(local_notify(to, std::vector<uint8_t>(kLocalNoticeSize).data()), to != 0) << to;
+    int now_lowest = fcntl(0, F_DUPFD_CLOEXEC, 0);
+    close(now_lowest);
+    EXPECT_EQ(now_lowest, lowest_free) << to;
+  }
+}
+
+class ActionsThroughStubs : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    char pattern[] = "/tmp/camrcd actions 'q'XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    root_ = pattern;
+    for (const char* program :
+         {"admin/ctrl_gpio", "admin/ctrl_dspset", "admin/ctrl_getjpeg", "admin/send_servertitle",
+          "admin/allshutdown_exweb", "admin/write_PALQVGA_tvsystem", "kelda2/kd_video_run",
+          "kelda2/kd_stream_rerun", "kelda2/kd_osd_webcmd", "kelda2/kd_privacy_webcmd",
+          "kelda2/kd_md_run"})
+      ASSERT_TRUE(install_stub(root_ + kWebRoot + "/" + program)) << program;
+    ASSERT_TRUE(install_stub(root_ + "/bin/ctrl_osd"));
+    setenv("CAMRCD_ROOT", root_.c_str(), 1);
+    setenv("PATH", (root_ + "/bin:" + getenv("PATH")).c_str(), 1);
+  }
+  static void TearDownTestSuite() {
+    usleep(100000);  // a program started in the background finishes its logs
+    std::error_code ignored;
+    std::filesystem::remove_all(root_, ignored);
+  }
+  void SetUp() override {
+    ASSERT_TRUE(dev_root_init(root_.c_str()));
+    clear_stub_logs(root_);
+  }
+  static inline std::string root_;
+};
+
+TEST_F(ActionsThroughStubs, ApplyMasksRunTheirCallsInTableOrder) {
+  struct Case {
+    uint32_t mask;
+    const char* calls;
+    int stream_restarted;
+  } cases[] = {
+      // Every first-mask bit but title and video; mpeg comes last with its 1 s pause.
+      {0x7F4,
+       "kd_osd_webcmd\n"
+       "ctrl_gpio -s s1 -n s1 -R r1 -a sm -l 30\n"
+       "ctrl_dspset -i 2 -v 5\n"
+       "ctrl_dspset -b 7 -c 0 -s 0 -h 0 -t 0\n"
+       "ctrl_dspset -e off -f off -x off -n 4\n"
+       "kd_privacy_webcmd\nctrl_getjpeg\nkd_md_run\nkd_stream_rerun\n",
+       1},
+      // Both video bits restart the video, each in full.
+      {0x1002,
+       "allshutdown_exweb\nwrite_PALQVGA_tvsystem\nkd_video_run\n"
+       "allshutdown_exweb\nwrite_PALQVGA_tvsystem\nkd_video_run\n",
+       1},
+      {0x001, "send_servertitle\n", 0},  // the OSD shows its own text: no ctrl_osd
+  };
+  FILE* file = fopen("/proc/self/status", "re");  // descriptors no child may see
+  int socket_descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  ASSERT_TRUE(file != nullptr && socket_descriptor >= 0);
+  for (const Case& c : cases) {
+    clear_stub_logs(root_);
+    settings = SettingsRecord{};
+    settings.alarm = {1, 0, "", 1, 3, 30};
+    settings.camcontrol1 = {0, 0, 0, 7, 0, 0, 0, 0, 2, 5, 0};
+    settings.camcontrol2 = {0, 0, 0, 4};
+    settings.video = {0, 1};
+    settings.osd.TXT_EN = 1;
+    apply_groups(c.mask, 0);
+    size_t count = std::count(c.calls, c.calls + strlen(c.calls), '\n');
+    std::string calls;  // a line per call: the program and its arguments, blank-separated
+    for (const StubCall& call : wait_for_stub_calls(root_, count, 5000)) {
+      calls += call.program;
+      for (const std::string& argument : call.args)
+        calls += " " + argument;
+      calls += "\n";
+    }
+    EXPECT_EQ(calls, c.calls);
+    for (const StubDescriptors& seen : read_stub_descriptors(root_)) {
+      for (int descriptor : {0, 1, 2, fileno(file), socket_descriptor})
+        EXPECT_EQ(std::count(seen.descriptors.begin(), seen.descriptors.end(), descriptor),
+                  descriptor <= 2)
+            << seen.program << " " << descriptor;
+    }
+    std::lock_guard<std::mutex> hold(stream_lock);
+    EXPECT_EQ(settings.stream_restarted, c.stream_restarted);
+  }
+  fclose(file);
+  close(socket_descriptor);
+}
+
+TEST_F(ActionsThroughStubs, TitleReachesCtrlOsdAsOneUnchangedArgument) {
+  std::vector<std::string> titles = {
+      "a;ctrl_osd x",     "it's", "say \"hi\"", "$(ctrl_osd x)", "`ctrl_osd x`", "back\\slash",
+      "line\nctrl_osd x", "*",    "-x",         "a  b\tc",       "(x) | &",      "'; ctrl_osd '"};
+  std::string bytes(255, '\0');
+  std::iota(bytes.begin(), bytes.end(), 1);  // and every byte value, a title's width at a time
+  for (size_t at = 0; at < bytes.size(); at += kTitleWidth)
+    titles.push_back(bytes.substr(at, kTitleWidth));
+  settings = SettingsRecord{};
+  for (const std::string& title : titles) {
+    clear_stub_logs(root_);
+    snprintf(settings.title.camera_title, kTitleFieldSize, "%s", title.c_str());
+    title_action();
+    std::vector<StubCall> calls = wait_for_stub_calls(root_, 2, 3000);
+    ASSERT_EQ(calls.size(), 2u) << title;
+    EXPECT_EQ(calls[0].program + " " + calls[1].program, "ctrl_osd send_servertitle") << title;
+    EXPECT_EQ(calls[0].args, (std::vector<std::string>{"-c", title}));
+  }
+}
+
+}  // namespace
+}  // namespace camrcd
