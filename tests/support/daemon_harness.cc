@@ -5,6 +5,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <signal.h>
 #include <spawn.h>
@@ -118,6 +119,13 @@ DaemonHarness::DaemonHarness(const DaemonOptions& options) {
 
 DaemonHarness::~DaemonHarness() {
   stop();
+  // A daemon built with a sanitizer reports on its standard error and goes on: any
+  // such report fails the test that ran it.
+  std::string reports = errors();
+  for (const char* marker : {"Sanitizer", "runtime error:"}) {
+    if (reports.find(marker) != std::string::npos)
+      ADD_FAILURE() << "the daemon's standard error has a sanitizer report:\n" << reports;
+  }
   if (!root_.empty() && getenv("CAMRCD_KEEP_SANDBOX") == nullptr) {
     std::error_code ignored;
     std::filesystem::remove_all(root_, ignored);
