@@ -45,6 +45,20 @@ std::string patched_reply(const Reply& reply, const BytePatches& patches) {
   return out;
 }
 
+std::string byte_differences(const std::string& expected, const std::string& actual) {
+  if (expected.size() != actual.size())
+    return "length " + std::to_string(expected.size()) + ", not " + std::to_string(actual.size());
+  std::string out;
+  for (size_t i = 0; i < expected.size(); i++) {
+    if (expected[i] != actual[i]) {
+      out += "byte " + std::to_string(i) + ": " +
+             std::to_string(static_cast<uint8_t>(expected[i])) + ", not " +
+             std::to_string(static_cast<uint8_t>(actual[i])) + "; ";
+    }
+  }
+  return out;
+}
+
 bool exchange(int socket, const RequestHeader& request, Reply* reply) {
   return send_request(socket, request) == 0 && read_reply(socket, reply) > 0;
 }

@@ -36,6 +36,10 @@ RequestHeader make_patched_request(uint8_t command_class, uint8_t sub, const Byt
 std::string patched_reply(const Reply& reply, const BytePatches& patches);
 std::string reply_bytes(const Reply& reply);
 
+// "" when the two byte strings are equal, else their length difference or each
+// differing byte as "byte N: X, not Y" (expected first).
+std::string byte_differences(const std::string& expected, const std::string& actual);
+
 // Sends a request and reads its reply: true when a reply came back.
 bool exchange(int socket, const RequestHeader& request, Reply* reply);
 
