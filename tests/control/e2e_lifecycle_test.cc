@@ -1,5 +1,9 @@
-// End-to-end connection lifecycle: greeting, the five-user limit, the user count
-// after failed logins and vanished clients, headers in pieces and bad prefixes.
+// End-to-end connection lifecycle. Abuse and the user limit: a few hundred connections
+// (garbage, truncated messages, huge declared lengths, failed logins, clients leaving
+// at every step, with an orderly close or a reset) leave the daemon with the
+// descriptors it had before and a user count of 0: five clients are served, a sixth
+// is not. Framing: a header may arrive in pieces; 32 bytes with a wrong prefix are
+// dropped whole, so the next 32 bytes are read as a header.
 #include <gtest/gtest.h>
 #include <string.h>
 #include <unistd.h>
@@ -16,189 +20,168 @@
 namespace camrcd {
 namespace {
 
-constexpr int kUserLimit = 5;
+const uint8_t kNonce[4] = {1, 2, 3, 4};
+constexpr int kKinds = 9;
 
-TEST(EndToEndLifecycle, GreetingIs1000) {
-  DaemonHarness daemon;
-  ASSERT_TRUE(daemon.ok()) << daemon.error();
-  int client = client_connect("127.0.0.1", daemon.port());
-  ASSERT_GE(client, 0);
-  char greeting[4];
-  ASSERT_EQ(4, client_recv(client, greeting, sizeof(greeting)));
-  EXPECT_EQ(0, memcmp(greeting, "1000", 4));
-  close(client);
+void garbage(int socket, size_t length, uint8_t seed) {
+  std::vector<uint8_t> bytes(length);
+  for (size_t i = 0; i < length; i++)
+    bytes[i] = static_cast<uint8_t>(seed + i * 37);
+  client_send(socket, bytes.data(), bytes.size());
 }
 
-// Five logged-in clients are served; a sixth logs in and is then closed unserved; the
-// five stay served and, once they have left, five new clients are admitted.
-TEST(EndToEndLifecycle, SixthClientIsClosedAfterItsLogin) {
-  DaemonHarness daemon;
-  ASSERT_TRUE(daemon.ok()) << daemon.error();
-  std::vector<int> clients;
-  for (int i = 0; i < kUserLimit; i++) {
-    clients.push_back(daemon.login_client());
-    ASSERT_GE(clients.back(), 0) << "client " << i;
-    EXPECT_TRUE(info_served(clients.back())) << "client " << i;
-  }
-  int sixth = daemon.connect_client();
-  ASSERT_GE(sixth, 0);
-  LoginResult login = client_login(sixth, "demo", "camera1");
-  EXPECT_EQ(kLoginLoggedIn, login.outcome);
-  send_request(sixth, make_request(kClassInformation, kSubClose));
-  Reply reply;
-  EXPECT_LT(read_reply(sixth, &reply), 0) << "the sixth client was served";
-  close(sixth);
-  EXPECT_EQ(2u, daemon.count_in_output("\n==Start User Count =5\n")) << daemon.output();
-
-  for (int client : clients) {
-    EXPECT_TRUE(info_served(client));
-    EXPECT_TRUE(close_served(client));
-    close(client);
-  }
-  ASSERT_TRUE(wait_for_ended(daemon, kUserLimit + 1));
-  for (int i = 0; i < kUserLimit; i++) {
-    clients[i] = daemon.login_client();
-    EXPECT_TRUE(clients[i] >= 0 && info_served(clients[i])) << "new client " << i;
-  }
-  for (int client : clients)
-    close(client);
+// Reads the greeting, sends an opening message for user and reads the answer.
+bool answered(int s, const char* user, uint8_t* answer) {
+  return client_read_greeting(s) == 0 && login_send_opening(s, user, kNonce) == 0 &&
+         login_read_answer(s, answer) == 0;
 }
 
-enum Vanish {
-  kAtConnect,
-  kAfterGreeting,
-  kMidOpening,
-  kAfterOpening,
-  kAfterChallenge,
-  kMidResponse,
-  kAfterResponse,
-  kAfterVerdict,
-  kMidHeader,
-  kAfterRequest,
-  kUnknownUser,
-  kWrongPassword,
-  kMalformedResponse,
-};
-
-// Runs one client up to the step and leaves it there.
-void run_until(const DaemonHarness& daemon, Vanish step, bool reset) {
-  int s = client_connect("127.0.0.1", daemon.port());
-  ASSERT_GE(s, 0);
-  uint8_t nonce[4] = {7, 7, 7, 7};
-  uint8_t message[kAuthMessageSize];
-  if (step != kAtConnect) {
-    ASSERT_EQ(0, client_read_greeting(s));
-  }
-  if (step == kMidOpening) {
-    build_opening_message(message, "demo", nonce);
-    client_send(s, message, 100);
-  }
-  if (step >= kAfterOpening) {
-    const char* user = step == kUnknownUser ? "stranger" : "demo";
-    ASSERT_EQ(0, login_send_opening(s, user, nonce));
-  }
-  if (step >= kAfterChallenge) {
-    ASSERT_EQ(0, login_read_answer(s, message));
-  }
-  if (step == kMidResponse)
-    client_send(s, message, 200);
-  if (step >= kAfterResponse && step != kUnknownUser) {
-    const char* password = step == kWrongPassword ? "camera2" : "camera1";
-    uint16_t length = step == kMalformedResponse ? 0xFFFF : kAuthBodyLength;
-    ASSERT_EQ(0, login_send_response(s, password, message + kAuthNonceOffset, length));
-  }
-  if (step >= kAfterVerdict && step != kUnknownUser) {
-    ASSERT_EQ(0, login_read_verdict(s, message));
-  }
-  RequestHeader info = make_request(kClassInformation, kSubDeviceInfo);
-  if (step == kMidHeader)
-    client_send(s, info.bytes, 20);
-  if (step == kAfterRequest)
-    client_send(s, info.bytes, sizeof(info.bytes));
-  if (reset) {
-    close_with_reset(s);
-  } else {
-    close(s);
-  }
+bool logged_in(int s) {
+  return client_read_greeting(s) == 0 &&
+         client_login(s, "demo", "camera1").outcome == kLoginLoggedIn;
 }
 
-TEST(EndToEndLifecycle, UserCountComesBackAfterFailedAndVanishedClients) {
-  DaemonHarness daemon;
-  ASSERT_TRUE(daemon.ok()) << daemon.error();
-  size_t clients = 0;
-  for (int step = kAtConnect; step <= kMalformedResponse; step++) {
-    for (bool reset : {false, true}) {
-      run_until(daemon, static_cast<Vanish>(step), reset);
-      clients++;
+// Abuse number i of a fresh connection: kind i % kKinds, lengths varied by n. The
+// caller closes the connection.
+void abuse(int s, int i) {
+  int n = i / kKinds;
+  uint8_t m[kAuthMessageSize];
+  memset(m, 'a' + n % 26, sizeof m);
+  RequestHeader motion = make_request(kClassEvent, kSubMotionWrite);
+  request_set_u16(&motion, 6, 0xFFFF);
+  std::vector<uint8_t> payload(100 + n * 300, 0x01);
+  switch (i % kKinds) {  // 0: connect and go
+    case 1:
+      return garbage(s, 1 + (n * 53) % 700, static_cast<uint8_t>(n));
+    case 2:  // an opening message whose name has no end, or a truncated one
+      if (n % 2 == 0)
+        build_opening_message(m, "demo", kNonce);
+      client_send(s, m, n % 2 ? sizeof m : n * 11 % kAuthMessageSize);
+      return;
+    case 3:  // an unknown user, or a challenge left unanswered
+      answered(s, n % 2 ? "stranger" : "demo", m);
+      return;
+    case 4:  // a truncated response
+      if (answered(s, "demo", m))
+        client_send(s, m, 1 + n * 13 % (kAuthMessageSize - 1));
+      return;
+    case 5: {  // good, wrong, huge or short responses; the verdict read or not
+      const uint16_t lengths[] = {kAuthBodyLength, static_cast<uint16_t>(0xFFFF - n), 259};
+      if (answered(s, "demo", m) &&
+          login_send_response(s, n % 4 ? "camera1" : "camera2", m + kAuthNonceOffset,
+                              lengths[n % 3]) == 0 &&
+          n % 2)
+        login_read_verdict(s, m);
+      return;
     }
+    case 6:  // logged in, then garbage: half a header, or headers with bad prefixes
+      if (logged_in(s))
+        garbage(s, n % 2 ? n % 32 : 32 * (1 + n % 4), n % 2 ? 0x77 : 0x10);
+      return;
+    case 7:  // a motion write declaring far more payload than it sends
+      if (logged_in(s))
+        send_request(s, motion, payload.data(), payload.size());
+      return;
+    case 8:  // ignored requests, then a request whose reply is never read
+      if (!logged_in(s))
+        return;
+      send_request(s, make_reload_request(0x0400));  // an invalid group bit set
+      send_request(s, make_request(kClassInformation, 0x05));
+      send_request(s, make_request(kClassCamera, static_cast<uint8_t>(0x30 + n)));
+      send_request(s, make_request(kClassInformation, kSubDeviceInfo));
+      return;
   }
-  ASSERT_TRUE(wait_for_ended(daemon, clients)) << daemon.output();
+}
 
-  // Exactly five are admitted again: a count that went below zero would admit six.
+// A client that logs in while five are counted is let in, served nothing and closed.
+void expect_refused(const DaemonHarness& daemon, size_t ended_before) {
+  int s = daemon.login_client();
+  ASSERT_GE(s, 0);
+  send_request(s, make_request(kClassInformation, kSubClose));
+  Reply reply;
+  EXPECT_LT(read_reply(s, &reply), 0) << "a sixth client was served";
+  close(s);
+  EXPECT_TRUE(wait_for_ended(daemon, ended_before + 1));
+}
+
+TEST(EndToEndLifecycle, AbuseGivesBackDescriptorsAndUserSlots) {
+  DaemonHarness daemon;
+  ASSERT_TRUE(daemon.ok()) << daemon.error();
+  int warm_up = daemon.login_client();  // settles whatever a first client opens
+  ASSERT_TRUE(warm_up >= 0 && info_served(warm_up) && close_served(warm_up));
+  close(warm_up);
+  ASSERT_TRUE(wait_for_ended(daemon, 1));
+  usleep(20000);  // the close sequence ends with the close after its last line
+  int before = daemon.open_descriptor_count();
+  ASSERT_GT(before, 0);
+
+  size_t connections = 1;
+  for (int i = 0; i < 24 * kKinds; i++, connections++) {
+    int s = client_connect("127.0.0.1", daemon.port(), 1000);
+    ASSERT_GE(s, 0) << "connection " << connections;
+    abuse(s, i);
+    i / kKinds % 2 == 0 ? close_with_reset(s) : void(close(s));
+  }
+  ASSERT_TRUE(wait_for_ended(daemon, connections, 10000))
+      << ended_connections(daemon) << " of " << connections << " ended";
+  int after = daemon.open_descriptor_count();
+  for (int64_t end = monotonic_ms() + kDaemonWaitMs; after != before && monotonic_ms() < end;) {
+    usleep(10000);
+    after = daemon.open_descriptor_count();
+  }
+  EXPECT_EQ(before, after);
+
   std::vector<int> admitted;
-  for (int i = 0; i < kUserLimit; i++) {
+  for (int i = 0; i < 5; i++) {
     admitted.push_back(daemon.login_client());
     EXPECT_TRUE(admitted.back() >= 0 && info_served(admitted.back())) << "client " << i;
   }
-  int sixth = daemon.login_client();
-  ASSERT_GE(sixth, 0);
-  send_request(sixth, make_request(kClassInformation, kSubClose));
-  Reply reply;
-  EXPECT_LT(read_reply(sixth, &reply), 0) << "a sixth client was served";
-  close(sixth);
-  for (int s : admitted)
+  expect_refused(daemon, connections);  // twice: leaving must not free a slot
+  expect_refused(daemon, connections + 1);
+  EXPECT_EQ(daemon.count_in_output("==Start User Count =6"), 0u);
+  for (int s : admitted) {
+    EXPECT_TRUE(info_served(s) && close_served(s));
     close(s);
-}
-
-TEST(EndToEndLifecycle, HeaderArrivingInPiecesIsOneRequest) {
-  DaemonHarness daemon;
-  ASSERT_TRUE(daemon.ok()) << daemon.error();
-  int s = daemon.login_client();
-  ASSERT_GE(s, 0);
-  const std::vector<size_t> splits[] = {{1}, {2, 29}, {16, 15}, {1, 1, 1, 1, 1}, {31}};
-  for (const std::vector<size_t>& pieces : splits) {
-    RequestHeader info = make_request(kClassInformation, kSubDeviceInfo);
-    ASSERT_TRUE(send_in_pieces(s, info.bytes, sizeof(info.bytes), pieces, 20));
-    Reply reply;
-    ASSERT_GT(read_reply(s, &reply), 32) << "split after " << pieces[0];
-    EXPECT_EQ(kReplyDeviceInfo, reply.bytes[kReplySub]);
-    EXPECT_TRUE(reply_trailer_ok(reply));
   }
-  EXPECT_TRUE(close_served(s));
-  close(s);
 }
 
-// 32 bytes with a wrong prefix are dropped whole; the next 32 bytes are a header, so a
-// close request that follows, however the bytes are split, gets its close reply.
-TEST(EndToEndLifecycle, BadPrefixDropsOneHeaderOnly) {
+// Each case sends an optional bad header, then a close request, in the given pieces;
+// the close request must get its close reply.
+TEST(EndToEndLifecycle, HeadersInPiecesAndBadPrefixes) {
   DaemonHarness daemon;
   ASSERT_TRUE(daemon.ok()) << daemon.error();
-  struct {
-    uint8_t prefix[2];
-    const char* printed;
+  const struct {
+    std::vector<uint8_t> prefix;  // of a bad header; empty: none
     std::vector<size_t> pieces;
+    const char* printed;
   } cases[] = {
-      {{'x', 'x'}, "Pre-Fix Not Match 7878\n", {}},
-      {{0x33, 0x77}, "Pre-Fix Not Match 3377\n", {32}},  // byte order swapped
-      {{0x77, 0x00}, "Pre-Fix Not Match 7700\n", {37}},  // close split after 5 bytes
-      {{0x00, 0x33}, "Pre-Fix Not Match 33\n", {10, 40}},
+      {{}, {1, 1, 1, 1, 1}, ""},
+      {{}, {16, 15}, ""},
+      {{'x', 'x'}, {}, "Pre-Fix Not Match 7878\n"},
+      {{0x33, 0x77}, {32}, "Pre-Fix Not Match 3377\n"},  // byte order swapped
+      {{0x77, 0x00}, {37}, "Pre-Fix Not Match 7700\n"},  // the close split after 5 bytes
+      {{0x00, 0x33}, {10, 40}, "Pre-Fix Not Match 33\n"},
   };
   for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
     int s = daemon.login_client();
     ASSERT_GE(s, 0);
-    uint8_t bytes[64];
-    memset(bytes, 0x5A, 32);
-    memcpy(bytes, c.prefix, 2);
-    bytes[2] = kClassInformation;  // a good class and sub after a bad prefix
-    bytes[3] = kSubClose;
-    memcpy(bytes + 32, make_request(kClassInformation, kSubClose).bytes, 32);
-    ASSERT_TRUE(send_in_pieces(s, bytes, sizeof(bytes), c.pieces, 20));
+    std::vector<uint8_t> bytes;
+    if (!c.prefix.empty()) {
+      bytes = c.prefix;
+      bytes.resize(32, 0x5A);
+      bytes[2] = kClassInformation;  // a good class and sub after a bad prefix
+      bytes[3] = kSubClose;
+    }
+    RequestHeader close_request = make_request(kClassInformation, kSubClose);
+    bytes.insert(bytes.end(), close_request.bytes, close_request.bytes + 32);
+    ASSERT_TRUE(send_in_pieces(s, bytes.data(), bytes.size(), c.pieces, 20));
     Reply reply;
-    EXPECT_EQ(32, read_reply(s, &reply)) << c.printed;
-    EXPECT_TRUE(is_close_reply(reply)) << c.printed;
-    EXPECT_TRUE(client_wait_closed(s, kDaemonWaitMs)) << c.printed;
+    EXPECT_EQ(read_reply(s, &reply), 32);
+    EXPECT_TRUE(is_close_reply(reply));
+    EXPECT_TRUE(client_wait_closed(s, kDaemonWaitMs));
     close(s);
-    EXPECT_NE(std::string::npos, daemon.output().find(c.printed)) << c.printed;
+    EXPECT_NE(daemon.output().find(c.printed), std::string::npos);
   }
 }
 
