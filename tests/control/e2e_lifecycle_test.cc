@@ -93,17 +93,6 @@ void abuse(int s, int i) {
   }
 }
 
-// A client that logs in while five are counted is let in, served nothing and closed.
-void expect_refused(const DaemonHarness& daemon, size_t ended_before) {
-  int s = daemon.login_client();
-  ASSERT_GE(s, 0);
-  send_request(s, make_request(kClassInformation, kSubClose));
-  Reply reply;
-  EXPECT_LT(read_reply(s, &reply), 0) << "a sixth client was served";
-  close(s);
-  EXPECT_TRUE(wait_for_ended(daemon, ended_before + 1));
-}
-
 TEST(EndToEndLifecycle, AbuseGivesBackDescriptorsAndUserSlots) {
   DaemonHarness daemon;
   ASSERT_TRUE(daemon.ok()) << daemon.error();
@@ -136,8 +125,15 @@ TEST(EndToEndLifecycle, AbuseGivesBackDescriptorsAndUserSlots) {
     admitted.push_back(daemon.login_client());
     EXPECT_TRUE(admitted.back() >= 0 && info_served(admitted.back())) << "client " << i;
   }
-  expect_refused(daemon, connections);  // twice: leaving must not free a slot
-  expect_refused(daemon, connections + 1);
+  for (int sixth = 0; sixth < 2; sixth++) {  // let in, served nothing, closed; twice:
+    int s = daemon.login_client();           // leaving must not free a slot
+    ASSERT_GE(s, 0);
+    send_request(s, make_request(kClassInformation, kSubClose));
+    Reply reply;
+    EXPECT_LT(read_reply(s, &reply), 0) << "a sixth client was served";
+    close(s);
+    EXPECT_TRUE(wait_for_ended(daemon, ++connections));
+  }
   EXPECT_EQ(daemon.count_in_output("==Start User Count =6"), 0u);
   for (int s : admitted) {
     EXPECT_TRUE(info_served(s) && close_served(s));
@@ -156,7 +152,6 @@ TEST(EndToEndLifecycle, HeadersInPiecesAndBadPrefixes) {
     const char* printed;
   } cases[] = {
       {{}, {1, 1, 1, 1, 1}, ""},
-      {{}, {16, 15}, ""},
       {{'x', 'x'}, {}, "Pre-Fix Not Match 7878\n"},
       {{0x33, 0x77}, {32}, "Pre-Fix Not Match 3377\n"},  // byte order swapped
       {{0x77, 0x00}, {37}, "Pre-Fix Not Match 7700\n"},  // the close split after 5 bytes
@@ -166,9 +161,8 @@ TEST(EndToEndLifecycle, HeadersInPiecesAndBadPrefixes) {
     SCOPED_TRACE(&c - cases);
     int s = daemon.login_client();
     ASSERT_GE(s, 0);
-    std::vector<uint8_t> bytes;
-    if (!c.prefix.empty()) {
-      bytes = c.prefix;
+    std::vector<uint8_t> bytes = c.prefix;
+    if (!bytes.empty()) {
       bytes.resize(32, 0x5A);
       bytes[2] = kClassInformation;  // a good class and sub after a bad prefix
       bytes[3] = kSubClose;
