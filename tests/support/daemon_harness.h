@@ -28,7 +28,7 @@ struct DaemonOptions {
   std::vector<std::string> arguments;  // after the program name
   // Edits of the sandbox before the start; receives the sandbox root.
   std::function<void(const std::string& root)> prepare;
-  bool wait_for_listen = true;  // wait for "Control listen() started" in start()
+  bool wait_for_listen = true;  // wait for "Control listen() started" at the start
 };
 
 class DaemonHarness {
@@ -75,8 +75,7 @@ class DaemonHarness {
   void stop();
 
  private:
-  bool make_sandbox(const DaemonOptions& options);
-  bool start(const DaemonOptions& options);
+  bool launch(const DaemonOptions& options);  // makes the sandbox, starts the daemon
 
   bool ok_ = false;
   std::string error_;
@@ -90,6 +89,9 @@ uint16_t free_tcp_port();
 
 // Milliseconds of a monotonic clock.
 int64_t monotonic_ms();
+
+// Polls done() every 5 ms until it is true (true) or timeout_ms passed (false).
+bool wait_until(int timeout_ms, const std::function<bool()>& done);
 
 // Writes text to path (replacing it); false on failure.
 bool write_text_file(const std::string& path, const std::string& text);

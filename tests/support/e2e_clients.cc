@@ -1,6 +1,7 @@
 // Client moves of the end-to-end tests.
 #include "support/e2e_clients.h"
 
+#include <string.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -20,11 +21,7 @@ bool info_served(int socket) {
 
 bool is_close_reply(const Reply& reply) {
   static const uint8_t kCloseHead[8] = {0, 0, 0, 0, 0x77, 0x33, 0x10, 0xF1};
-  for (size_t i = 0; i < sizeof(kCloseHead); i++) {
-    if (reply.bytes[i] != kCloseHead[i])
-      return false;
-  }
-  return reply.length == kReplyHeaderSize;
+  return reply.length == kReplyHeaderSize && memcmp(reply.bytes, kCloseHead, 8) == 0;
 }
 
 bool close_served(int socket) {
@@ -59,13 +56,7 @@ size_t ended_connections(const DaemonHarness& daemon) {
 }
 
 bool wait_for_ended(const DaemonHarness& daemon, size_t count, int timeout_ms) {
-  int64_t deadline = monotonic_ms() + timeout_ms;
-  while (ended_connections(daemon) < count) {
-    if (monotonic_ms() >= deadline)
-      return false;
-    usleep(5000);
-  }
-  return true;
+  return wait_until(timeout_ms, [&] { return ended_connections(daemon) >= count; });
 }
 
 }  // namespace camrcd
