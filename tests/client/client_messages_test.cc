@@ -1,11 +1,14 @@
-// Client messages: the opening message layout, agreement with the server's own steps
-// (its check of a response, its challenge for a name), request header fields, and
-// replies over a socket pair: whole, refused, cut short or never sent.
+// Client messages: names cut to fit the login messages, request header fields, replies
+// over a socket pair (whole, refused, cut short or never sent), and the reply decoder
+// against the server's own reply builders: named fields come back with the record's
+// values, fields of another layout are absent, damaged replies are refused. The fixed
+// camera's device information layout is checked end to end through camrc.
 #include <gtest/gtest.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -13,39 +16,28 @@
 #include "client/client_login.h"
 #include "client/client_request.h"
 #include "client/client_socket.h"
+#include "client/reply_fields.h"
 #include "control/net_io.h"
+#include "control/replies.h"
+#include "control/request_header.h"
+#include "settings/settings_record.h"
 
 namespace camrcd {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-TEST(ClientLogin, Messages) {
+// The layout and the server's acceptance are checked end to end; here the cuts.
+TEST(ClientLogin, LongNamesAreCut) {
   const uint8_t nonce[4] = {0xA5, 0, 0x5A, 0xFF};
   uint8_t message[kAuthMessageSize], server_nonce[4];
-  memset(message, 0xEE, sizeof message);
-  build_opening_message(message, "demo", nonce);
-  const uint8_t expected[kAuthMessageSize] = {0,    0, 0,    0,    0,   0,   0,   0,
-                                              0xA5, 0, 0x5A, 0xFF, 'd', 'e', 'm', 'o'};
-  EXPECT_EQ(0, memcmp(message, expected, sizeof message));
   std::string long_name(300, 'n');  // cut so that its zero byte still fits
   build_opening_message(message, long_name.c_str(), nonce);
   EXPECT_EQ(long_name.substr(0, 255), reinterpret_cast<char*>(message + kAuthDataOffset));
-
-  // The server's own steps accept the response and make the challenge the client reads.
-  char name[32];
-  build_response_message(message, "camera1", nonce);
-  EXPECT_EQ(0, check_response(message, nonce, "camera1"));
-  build_response_message(message, "camera1", nonce, 259);
-  EXPECT_EQ(-1, check_response(message, nonce, "camera1"));
-
-  const std::string user = "user.with-19-chars";
-  build_opening_message(message, user.c_str(), nonce);
-  make_challenge(message, server_nonce, user.c_str());
-  for (size_t size : {32, 5}) {  // the whole name, and cut to fit four characters
-    read_challenge_name(message, nonce, name, size);
-    EXPECT_EQ(user.substr(0, size - 1), name);
-  }
+  make_challenge(message, server_nonce, "user.with-19-chars");
+  char name[5];
+  read_challenge_name(message, nonce, name, sizeof name);
+  EXPECT_STREQ(name, "user");
 }
 
 TEST(ClientRequest, HeaderFields) {
@@ -79,7 +71,6 @@ TEST(ClientRequest, ReadReply) {
     bool trailer_ok;
   } cases[] = {
       {reply_bytes(0, 0), 32, true},
-      {reply_bytes(101, 101), 133, true},
       {reply_bytes(4803, 4803), 4835, true},  // the largest, a motion map
       {reply_bytes(101, 101, 0x10, 0x55), 133, false},
       {reply_bytes(1, 1), 33, false},  // too short to hold a trailer
@@ -106,6 +97,88 @@ TEST(ClientRequest, ReadReply) {
     close(pair[0]);
     close(pair[1]);
   }
+}
+
+void fill_record(uint8_t type, uint8_t areas, uint8_t map_valid) {
+  settings = SettingsRecord{};
+  settings.device_type = type;
+  settings.mpeg.mpeg_bitrate = 0x01020304;
+  strcpy(settings.osd.osd_title, "ABCDEFGHIJKLMNOPQRST");  // fills its 20 bytes
+  settings.privacy.privacy_area_valid = areas;
+  settings.poa.enable = 2;
+  settings.autorun.actno = 8;
+  settings.motion_map_valid = map_valid;
+  settings.motion_map_length = 4803;
+  settings.md_max = 30;
+  settings.manual.sens = 6;
+}
+
+// A field's value as text ("-" when the reply has no such field).
+std::string value(const DecodedReply& reply, const char* name) {
+  const FieldValue* field = find_field(reply, name);
+  return field == nullptr ? "-" : field->text[0] ? field->text : std::to_string(field->number);
+}
+
+// Each case: the reply, then "name=value" words ("name=-": no such field).
+TEST(ReplyFields, FieldsFollowTheLayout) {
+  const struct {
+    bool motion;
+    uint8_t type, areas, map_valid;
+    const char* fields;
+  } cases[] = {
+      {false, 0, 0, 0,
+       "mpeg_bitrate=16909060 osd_title=ABCDEFGHIJKLMNOPQRST privacy_areas=0 privacy_left=- "
+       "alarm_in=- autorun_actno=-"},
+      {false, 2, 1, 0,
+       "layout_version=1.00 poa_enable=2 autorun_actno=8 privacy_enable=- alarm_in=-"},
+      {true, 1, 0, 0, "motion_map_valid=0 motion_map_length=0 md_max=-"},
+      {true, 2, 0, 1, "motion_map_length=4803 md_max=30 manual_sens=6"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << (c.motion ? "motion, type " : "type ") << int(c.type));
+    fill_record(c.type, c.areas, c.map_valid);
+    std::vector<uint8_t> buffer(kConnectionBufferSize);
+    DecodedReply reply;
+    if (c.motion) {
+      size_t length = build_motion_reply(buffer.data(), 0);
+      ASSERT_EQ(decode_motion_reply(buffer.data(), length, &reply), 0);
+    } else {
+      size_t length = build_device_info_reply(buffer.data(), 0);
+      ASSERT_EQ(decode_device_info(buffer.data(), length, &reply), 0);
+    }
+    std::istringstream words(c.fields);
+    for (std::string word; words >> word;) {
+      std::string name = word.substr(0, word.find('='));
+      EXPECT_EQ(name + "=" + value(reply, name.c_str()), word);
+    }
+  }
+}
+
+TEST(ReplyFields, RefusesDamagedReplies) {
+  fill_record(1, 1, 0);
+  std::vector<uint8_t> good(kConnectionBufferSize);
+  size_t length = build_device_info_reply(good.data(), 0);
+  const struct {
+    const char* what;
+    size_t offset;  // byte to change
+    uint8_t value;
+    size_t length;
+  } cases[] = {
+      {"cut by one", 0, good[0], length - 1},
+      {"trailer", length - 1, 0xAB, length},
+      {"motion sub-command", kReplySub, kReplyMotion, length},
+      {"more areas than bytes", 130, 2, length},
+      {"declared length", 0, 0x60, length},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    std::vector<uint8_t> reply = good;
+    reply[c.offset] = c.value;
+    DecodedReply out;
+    EXPECT_EQ(decode_device_info(reply.data(), c.length, &out), -1);
+  }
+  DecodedReply out;
+  EXPECT_EQ(decode_motion_reply(good.data(), length, &out), -1);
 }
 
 }  // namespace
