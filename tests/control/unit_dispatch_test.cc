@@ -48,6 +48,7 @@ TEST(FieldCopies, NumberRules) {
       {"16-bit 0 keeps", kPrivacyWriteFields, {{9, 5}}, &s.privacy.privacy_left, 77, 77, 0},
       {"bitrate 0, code set 2", kMpegWriteFields, {{6, 2}}, &s.mpeg.mpeg_bitrate, 1234, 0, 1},
       {"code set 1", kMpegWriteFields, {{6, 1}, {8, 9}}, &s.mpeg.mpeg_bitrate, 1234, 1234, 2},
+      {"code 0", kMpegWriteFields, {{8, 9}}, &s.mpeg.mpeg_bitrate, 1234, 1234, 0},
       {"code 2", kMpegWriteFields, {{8, 0x10}, {9, 0x27}}, &s.mpeg.mpeg_bitrate, 0, 10000, 2},
       {"stream", kStreamMpegWriteFields, {{7, 2}, {9, 1}}, &s.mpeg.mpeg_bitrate, 5, 1, 1},
   };
