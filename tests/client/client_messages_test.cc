@@ -121,31 +121,29 @@ std::string value(const DecodedReply& reply, const char* name) {
 
 // Each case: the reply, then "name=value" words ("name=-": no such field).
 TEST(ReplyFields, FieldsFollowTheLayout) {
+  const auto info = build_device_info_reply, motion = build_motion_reply;
   const struct {
-    bool motion;
+    size_t (*build)(uint8_t*, uint16_t);
     uint8_t type, areas, map_valid;
     const char* fields;
   } cases[] = {
-      {false, 0, 0, 0,
+      {info, 0, 0, 0,
        "mpeg_bitrate=16909060 osd_title=ABCDEFGHIJKLMNOPQRST privacy_areas=0 privacy_left=- "
        "alarm_in=- autorun_actno=-"},
-      {false, 2, 1, 0,
+      {info, 2, 1, 0,
        "layout_version=1.00 poa_enable=2 autorun_actno=8 privacy_enable=- alarm_in=-"},
-      {true, 1, 0, 0, "motion_map_valid=0 motion_map_length=0 md_max=-"},
-      {true, 2, 0, 1, "motion_map_length=4803 md_max=30 manual_sens=6"},
+      {motion, 1, 0, 0, "motion_map_valid=0 motion_map_length=0 md_max=-"},
+      {motion, 2, 0, 1, "motion_map_length=4803 md_max=30 manual_sens=6"},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << (c.motion ? "motion, type " : "type ") << int(c.type));
+    SCOPED_TRACE(c.fields);
     fill_record(c.type, c.areas, c.map_valid);
     std::vector<uint8_t> buffer(kConnectionBufferSize);
+    size_t length = c.build(buffer.data(), 0);
     DecodedReply reply;
-    if (c.motion) {
-      size_t length = build_motion_reply(buffer.data(), 0);
-      ASSERT_EQ(decode_motion_reply(buffer.data(), length, &reply), 0);
-    } else {
-      size_t length = build_device_info_reply(buffer.data(), 0);
-      ASSERT_EQ(decode_device_info(buffer.data(), length, &reply), 0);
-    }
+    ASSERT_EQ(
+        (c.build == info ? decode_device_info : decode_motion_reply)(buffer.data(), length, &reply),
+        0);
     std::istringstream words(c.fields);
     for (std::string word; words >> word;) {
       std::string name = word.substr(0, word.find('='));
