@@ -129,17 +129,16 @@ TEST(Dispatch, MotionPayloadFromAWriterThread) {
     const char* name;
     uint8_t type;
     size_t declared;
-    bool trailer;     // 0x55 0xAA at payload bytes 4801 and 4802
+    bool trailer;     // 0x55 0xAA at payload bytes 4801 and 4802: the map is taken
     uint8_t version;  // header byte 9
-    bool replaced;    // the block map takes the payload
-    RequestOutcome outcome;
+    bool closes;
   } cases[] = {
-      {"exact payload", 1, 4803, true, 0, true, RequestOutcome::kKeepServing},
-      {"short after a valid one", 1, 10, false, 0, false, RequestOutcome::kKeepServing},
-      {"bad trailer", 1, 4803, false, 0, false, RequestOutcome::kKeepServing},
-      {"largest declared length", 1, 65535, true, 0, true, RequestOutcome::kKeepServing},
-      {"md2 version 0", 0, 4803, true, 0, true, RequestOutcome::kCloseNow},
-      {"md2 version 1", 0, 4803, true, 1, true, RequestOutcome::kKeepServing},
+      {"exact payload", 1, 4803, true, 0, false},
+      {"short after a valid one", 1, 10, false, 0, false},
+      {"bad trailer", 1, 4803, false, 0, false},
+      {"largest declared length", 1, 65535, true, 0, false},
+      {"md2 version 0", 0, 4803, true, 0, true},
+      {"md2 version 1", 0, 4803, true, 1, false},
   };
   const uint8_t next[kRequestHeaderSize] = {0x77, 0x33, 0x10, 0xF0, 'n', 'e', 'x', 't'};
   uint8_t fill = 1;
@@ -148,24 +147,22 @@ TEST(Dispatch, MotionPayloadFromAWriterThread) {
     settings = SettingsRecord{};  // no md area selected: nothing is saved or applied
     settings.device_type = c.type;
     memset(settings.motion_block_map, 0xCC, kMotionBlockMapSize);
-    std::vector<uint8_t> stream = {0x77, 0x33, 0x40, 0x00, 1, 0x21};
-    stream.resize(kRequestHeaderSize, 0);
-    stream[6] = static_cast<uint8_t>(c.declared);
-    stream[7] = static_cast<uint8_t>(c.declared >> 8);
-    stream[9] = c.version;
-    stream.insert(stream.end(), c.declared, ++fill);
+    const uint8_t header[kRequestHeaderSize] = {
+        0x77, 0x33,     0x40, 0x00, 1, 0x21, uint8_t(c.declared), uint8_t(c.declared >> 8),
+        0,    c.version};
+    std::vector<uint8_t> stream(c.declared, ++fill);
     if (c.trailer) {
-      stream[32 + 4801] = 0x55;
-      stream[32 + 4802] = 0xAA;
+      stream[4801] = 0x55;
+      stream[4802] = 0xAA;
     }
     stream.insert(stream.end(), next, next + sizeof next);
     std::thread writer([&] { send(ends[1], stream.data(), stream.size(), 0); });
-    uint8_t header[kRequestHeaderSize], after[kRequestHeaderSize];
-    EXPECT_EQ(recv(ends[0], header, sizeof header, MSG_WAITALL), 32);
     RequestMasks masks = {};
-    EXPECT_EQ(execute_request(header, ends[0], buffer.data(), &masks), c.outcome);
+    EXPECT_EQ(execute_request(header, ends[0], buffer.data(), &masks),
+              c.closes ? RequestOutcome::kCloseNow : RequestOutcome::kKeepServing);
     EXPECT_EQ(settings.motion_map_length, static_cast<int32_t>(c.declared));
-    EXPECT_EQ(settings.motion_block_map[100], c.replaced ? fill : 0xCC);
+    EXPECT_EQ(settings.motion_block_map[100], c.trailer ? fill : 0xCC);
+    uint8_t after[kRequestHeaderSize];
     EXPECT_EQ(recv(ends[0], after, sizeof after, MSG_WAITALL), 32);
     EXPECT_EQ(memcmp(after, next, sizeof after), 0) << "stream out of step";
     writer.join();
