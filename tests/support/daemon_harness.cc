@@ -8,12 +8,10 @@
 #include <netinet/in.h>
 #include <signal.h>
 #include <spawn.h>
-#include <stdlib.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
-#include <time.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -28,15 +26,15 @@ namespace camrcd {
 
 namespace {
 
-constexpr char kSetpriv[] = "/usr/bin/setpriv";
-
 std::string read_file(const std::string& path) {
   std::ostringstream text;
   text << std::ifstream(path, std::ios::binary).rdbuf();
   return text.str();
 }
 
-// Spawns argv with stdin from /dev/null and stdout and stderr into the two files.
+// Spawns argv with stdin from /dev/null, stdout and stderr into the two files and no
+// other descriptor: the daemon starts as on a camera, and none of the test runner's
+// descriptors may reach it (or the camera programs it starts).
 pid_t spawn(std::vector<std::string> argv, const std::string& out, const std::string& err) {
   std::vector<char*> args;
   for (std::string& s : argv)
@@ -47,8 +45,6 @@ pid_t spawn(std::vector<std::string> argv, const std::string& out, const std::st
   posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
   posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
   posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  // The daemon starts as on a camera, with the three standard descriptors only: none of
-  // the test runner's may reach it (or the camera programs it starts).
   posix_spawn_file_actions_addclosefrom_np(&actions, 3);
   pid_t pid = -1;
   int failed = posix_spawn(&pid, args[0], &actions, nullptr, args.data(), environ);
@@ -59,9 +55,9 @@ pid_t spawn(std::vector<std::string> argv, const std::string& out, const std::st
 }  // namespace
 
 int64_t monotonic_ms() {
-  timespec now;
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+  return std::chrono::duration_cast<std::chrono::milliseconds>(
+             std::chrono::steady_clock::now().time_since_epoch())
+      .count();
 }
 
 bool wait_until(int timeout_ms, const std::function<bool()>& done) {
@@ -77,12 +73,10 @@ uint16_t free_tcp_port() {
   sockaddr_in address = {};
   address.sin_family = AF_INET;
   socklen_t size = sizeof(address);
-  uint16_t port = 0;
-  if (bind(probe, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
-      getsockname(probe, reinterpret_cast<sockaddr*>(&address), &size) == 0)
-    port = ntohs(address.sin_port);
+  bool bound = bind(probe, reinterpret_cast<sockaddr*>(&address), size) == 0 &&
+               getsockname(probe, reinterpret_cast<sockaddr*>(&address), &size) == 0;
   close(probe);
-  return port;
+  return bound ? ntohs(address.sin_port) : 0;
 }
 
 bool write_text_file(const std::string& path, const std::string& text) {
@@ -107,12 +101,9 @@ DaemonHarness::~DaemonHarness() {
 }
 
 bool DaemonHarness::launch(const DaemonOptions& options) {
-  const char* temp = getenv("TMPDIR");
-  std::string pattern = std::string(temp != nullptr && *temp ? temp : "/tmp") + "/camrcd-XXXXXX";
-  if (mkdtemp(&pattern[0]) == nullptr) {
-    error_ = "mkdtemp failed";
+  char pattern[] = "/tmp/camrcd-XXXXXX";
+  if (mkdtemp(pattern) == nullptr)
     return false;
-  }
   root_ = pattern;
   port_ = options.port != 0 ? options.port : free_tcp_port();
   std::string log = root_ + "/make-sandbox.log";
@@ -132,29 +123,23 @@ bool DaemonHarness::launch(const DaemonOptions& options) {
   if (options.prepare)
     options.prepare(root_);
   std::vector<std::string> argv;
-  if (access(kSetpriv, X_OK) == 0)
-    argv = {kSetpriv, "--pdeathsig", "KILL", "--"};
+  if (access("/usr/bin/setpriv", X_OK) == 0)
+    argv = {"/usr/bin/setpriv", "--pdeathsig", "KILL", "--"};
   const char* path = getenv("PATH");  // env(1) sets the variables and runs the daemon
   argv.insert(argv.end(), {"/usr/bin/env", "CAMRCD_ROOT=" + root_,
                            "PATH=" + root_ + "/bin:" + (path != nullptr ? path : "/usr/bin:/bin"),
                            CAMRCD_BINARY_DIR "/camrcd"});
   argv.insert(argv.end(), options.arguments.begin(), options.arguments.end());
   pid_ = spawn(argv, root_ + "/daemon.out", root_ + "/daemon.err");
-  if (pid_ < 0) {
-    error_ = "cannot start the daemon";
-    return false;
-  }
-  if (!options.wait_for_listen)
-    return true;
-  bool ended = false;
-  bool listening = wait_until(kDaemonStartMs, [&] {
-    return output().find("Control listen() started") != std::string::npos ||
-           (ended = waitpid(pid_, nullptr, WNOHANG) == pid_);
-  });
+  bool ended = pid_ < 0, listening = !options.wait_for_listen;
+  if (!ended && !listening)
+    listening = wait_until(kDaemonStartMs, [&] {
+      return output().find("Control listen() started") != std::string::npos ||
+             (ended = waitpid(pid_, nullptr, WNOHANG) == pid_);
+    });
   if (listening && !ended)
     return true;
-  if (ended)
-    pid_ = -1;
+  pid_ = ended ? -1 : pid_;
   error_ = (ended ? "the daemon ended at start-up: " : "no listener line in time: ") + output() +
            errors();
   return false;
@@ -178,12 +163,6 @@ size_t DaemonHarness::count_in_output(const std::string& text) const {
   for (size_t at = all.find(text); at != std::string::npos; at = all.find(text, at + text.size()))
     count++;
   return count;
-}
-
-size_t DaemonHarness::wait_for_output(const std::string& text, int timeout_ms, size_t from) const {
-  size_t at = std::string::npos;
-  wait_until(timeout_ms, [&] { return (at = output().find(text, from)) != std::string::npos; });
-  return at == std::string::npos ? at : at + text.size();
 }
 
 bool DaemonHarness::wait_for_count(const std::string& text, size_t count, int timeout_ms) const {
@@ -217,10 +196,10 @@ int DaemonHarness::login_client(const char* user, const char* password) const {
 }
 
 void DaemonHarness::stop() {
-  if (pid_ < 0)
-    return;
-  kill(pid_, SIGKILL);
-  waitpid(pid_, nullptr, 0);
+  if (pid_ > 0) {
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+  }
   pid_ = -1;
 }
 

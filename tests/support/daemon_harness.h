@@ -7,7 +7,6 @@
 #ifndef CAMRCD_SUPPORT_DAEMON_HARNESS_H_
 #define CAMRCD_SUPPORT_DAEMON_HARNESS_H_
 
-#include <stddef.h>
 #include <stdint.h>
 #include <sys/types.h>
 
@@ -53,10 +52,6 @@ class DaemonHarness {
   std::string errors() const;
   size_t count_in_output(const std::string& text) const;
 
-  // Waits until the output holds `text` at or after byte `from`; returns the offset
-  // just after it, or std::string::npos when timeout_ms passed first.
-  size_t wait_for_output(const std::string& text, int timeout_ms = kDaemonWaitMs,
-                         size_t from = 0) const;
   // Waits until `text` occurs at least `count` times in the output.
   bool wait_for_count(const std::string& text, size_t count, int timeout_ms = kDaemonWaitMs) const;
 

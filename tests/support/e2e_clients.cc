@@ -12,10 +12,9 @@ namespace camrcd {
 bool info_served(int socket) {
   RequestHeader info = make_request(kClassInformation, kSubDeviceInfo);
   request_set_version(&info, 6, 1, 0);
-  if (send_request(socket, info) != 0)
-    return false;
   Reply reply;
-  return read_reply(socket, &reply) > static_cast<int32_t>(kReplyHeaderSize) &&
+  return send_request(socket, info) == 0 &&
+         read_reply(socket, &reply) > static_cast<int32_t>(kReplyHeaderSize) &&
          reply.bytes[kReplySub] == kReplyDeviceInfo && reply_trailer_ok(reply);
 }
 
@@ -25,10 +24,9 @@ bool is_close_reply(const Reply& reply) {
 }
 
 bool close_served(int socket) {
-  if (send_request(socket, make_request(kClassInformation, kSubClose)) != 0)
-    return false;
   Reply reply;
-  return read_reply(socket, &reply) == static_cast<int32_t>(kReplyHeaderSize) &&
+  return send_request(socket, make_request(kClassInformation, kSubClose)) == 0 &&
+         read_reply(socket, &reply) == static_cast<int32_t>(kReplyHeaderSize) &&
          is_close_reply(reply) && client_wait_closed(socket, kDaemonWaitMs);
 }
 

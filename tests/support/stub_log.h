@@ -11,7 +11,8 @@
 
 namespace camrcd {
 
-// One program call as the stub saw it; args are unescaped, exactly as received.
+// One program call as the stub saw it; args are unescaped, exactly as received. A line
+// that does not parse becomes a call of program "<malformed> LINE" without arguments.
 struct StubCall {
   std::string program;
   std::vector<std::string> args;
@@ -23,14 +24,8 @@ struct StubDescriptors {
   std::vector<int> descriptors;
 };
 
-// Path of the built stub binary (CAMRCD_BINARY_DIR/camstub).
-std::string stub_binary_path();
-
-// Copies the stub binary to path (mode 0755), creating the missing directories.
+// Copies the built stub binary to path (mode 0755), creating the missing directories.
 bool install_stub(const std::string& path);
-
-// Parses one stub.log line (without its newline); false when it is malformed.
-bool parse_stub_call(const std::string& line, StubCall* call);
 
 // All calls of root/stub.log in file order (empty when the file is missing).
 std::vector<StubCall> read_stub_calls(const std::string& root);
