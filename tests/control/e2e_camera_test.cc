@@ -1,0 +1,379 @@
+// End-to-end requests to a fixed camera through the real daemon: the device
+// information per device type and after reloads; each write's fields by the
+// zero-means-unchanged rules (seen in the next device information, which reloads the
+// files), its files, the programs run and the descriptors they inherit (cases in
+// data/writes.txt and data/stream_writes.txt); stream writes that end every
+// connection; motion writes; picture writes racing reads, and SIGALRM.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "client/client_request.h"
+#include "client/client_socket.h"
+#include "control/net_io.h"
+#include "platform/dev_root.h"
+#include "support/daemon_harness.h"
+#include "support/e2e_clients.h"
+#include "support/stub_log.h"
+
+namespace camrcd {
+namespace {
+
+using ByteRuns = std::vector<std::pair<size_t, std::vector<uint8_t>>>;
+
+// Bytes from offsets on, written "OFFSET=V,V OFFSET=V": values in C notation, or
+// 'text' for its characters. "83='Lobby',0 104=2,0x12".
+ByteRuns byte_runs(const char* text) {
+  ByteRuns runs;
+  for (const char* at = text + strspn(text, " "); *at != '\0';) {
+    char* end;
+    runs.push_back({strtoul(at, &end, 0), {}});
+    std::vector<uint8_t>& values = runs.back().second;
+    for (at = end; *at == '=' || *at == ',';) {
+      if (at[1] == '\'') {
+        const char* close = strchr(at + 2, '\'');
+        values.insert(values.end(), at + 2, close);
+        at = close + 1;
+      } else {
+        values.push_back(static_cast<uint8_t>(strtoul(at + 1, &end, 0)));
+        at = end;
+      }
+    }
+    at += strspn(at, " ");
+  }
+  return runs;
+}
+
+void expect_runs(const Reply& reply, const ByteRuns& runs, const std::string& label) {
+  for (const auto& run : runs) {
+    const uint8_t* from = reply.bytes + run.first;
+    EXPECT_EQ(run.second, std::vector<uint8_t>(from, from + run.second.size()))
+        << label << ": bytes from " << run.first;
+  }
+}
+
+// Sends "NAME OFFSET=V ...": the request of that name (client_request.cc) with those bytes.
+int32_t send_named(int socket, const std::string& request) {
+  size_t space = std::min(request.find(' '), request.size());
+  const RequestKind* kind = find_request_kind(request.substr(0, space).c_str());
+  if (kind == nullptr)
+    return -1;
+  RequestHeader header = make_request(kind->command_class, kind->sub);
+  for (const auto& run : byte_runs(request.c_str() + space)) {
+    for (size_t i = 0; i < run.second.size(); i++)
+      request_set_byte(&header, run.first + i, run.second[i]);
+  }
+  return send_request(socket, header);
+}
+
+int32_t request_info(int socket, Reply* reply) {
+  return send_named(socket, "info") == 0 ? read_reply(socket, reply) : -1;
+}
+
+// What every device information reply holds besides the header and trailer: the
+// sandbox's MAC 00A0B1C2D3E4 last byte first, web port 80, CONNECT_PORT, the control port.
+void expect_info(const Reply& reply, int32_t length, uint16_t port, const char* bytes,
+                 const std::string& label) {
+  ASSERT_EQ(static_cast<size_t>(length), reply.length) << label;
+  auto low = [](int value) { return static_cast<uint8_t>(value); };
+  expect_runs(reply,
+              {{32, {0xE4, 0xD3, 0xC2, 0xB1, 0xA0, 0x00, 80, 0}},
+               {40, {low(port - 1), low((port - 1) >> 8), 0, 0, low(port), low(port >> 8)}}},
+              label);
+  expect_runs(reply, byte_runs(bytes), label);
+}
+
+std::string file_text(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+void rename_model(const std::string& root) {
+  write_text_file(root + kWebRoot + "/admin/product_info.ls", "Vendor = ZR\nModel = ZR-X100\n");
+}
+
+TEST(EndToEndCamera, InfoLayoutFollowsTheDeviceTypeAndWhatStartupLoaded) {
+  struct {
+    const char* label;
+    int camera_type;  // of the sandbox
+    void (*prepare)(const std::string& root);
+    int32_t length;
+    const char* bytes;
+  } cases[] = {
+      // Alarm codes of env_alarm.ls (OUT_WIR 0 is mode 1); privacy 7,143 84x84 as edges.
+      {"type 1", 1, nullptr, 141, "11=0,0,1,0 104=2,18,2,1,5,0 128=1,1,1,7,0,143,0,91,0,227,0"},
+      {"type 1, no privacy file", 1,
+       [](const std::string& root) {
+         unlink((root + kWebRoot + "/kelda2/env_privacy.ls").c_str());
+       },
+       133, "128=0,0,0"},
+      // An unlisted model loads neither alarm nor privacy although both files exist.
+      {"type 0", 1, rename_model, 133, "11=0,0,0,0 104=0,0,0,0,0 128=0,0,0"},
+      // The auto-run block; its values belong to the auto-run group.
+      {"type 2", 2, nullptr, 143, "11=0,1,2,0 104=0,0,0,0,0 128=0,0,0 140=0"},
+  };
+  for (const auto& c : cases) {
+    DaemonOptions options;
+    options.camera_type = c.camera_type;
+    options.prepare = c.prepare;  // empty when null
+    DaemonHarness daemon(options);
+    ASSERT_TRUE(daemon.ok()) << daemon.error();
+    int s = daemon.login_client();
+    Reply reply;
+    ASSERT_EQ(c.length, request_info(s, &reply)) << c.label;
+    expect_info(reply, c.length, daemon.port(), c.bytes, c.label);
+    close(s);
+  }
+}
+
+// On type 0 start-up never loads the privacy group: reloads decide what the reply
+// holds. A request that is no valid reload gets no answer: the motion read sent after
+// it must give the next reply.
+TEST(EndToEndCamera, ReloadRequestsAnswerOnlyValidBitSets) {
+  DaemonOptions options;
+  options.prepare = rename_model;
+  DaemonHarness daemon(options);
+  ASSERT_TRUE(daemon.ok()) << daemon.error();
+  write_text_file(daemon.web_path("kelda2/env_video.ls"),
+                  "VIDEO_TYPE = 2\nDD_RES = vga\nED_RES = qvga\nend\n");
+  struct {
+    uint16_t bits;
+    int32_t length;  // 0: no reply
+    const char* bytes;
+  } cases[] = {
+      {0x8001, 0, ""},
+      {0x1005, 0, ""},  // the information class with an unknown sub-command
+      {0x0005, 133, "46=2,3 128=0,0,0"},
+      {0x0010, 141, "128=1,1,1,7,0,143,0,91,0,227,0"},
+      {0x1200, 141, "130=1"},  // bits 9 and 12 alone load nothing
+  };
+  int s = daemon.login_client();
+  for (const auto& c : cases) {
+    std::string label = "reload " + std::to_string(c.bits);
+    ASSERT_EQ(0, send_request(s, make_reload_request(c.bits)));
+    Reply reply;
+    if (c.length == 0) {
+      ASSERT_EQ(0, send_named(s, "motion-read"));
+      ASSERT_GT(read_reply(s, &reply), 0) << label;
+      EXPECT_EQ(kReplyMotion, reply.bytes[kReplySub]) << label;
+      continue;
+    }
+    ASSERT_EQ(c.length, read_reply(s, &reply)) << label;
+    expect_info(reply, c.length, daemon.port(), c.bytes, label);
+  }
+  EXPECT_TRUE(close_served(s));
+  close(s);
+}
+
+// A line of data/writes.txt or data/stream_writes.txt.
+struct WriteCase {
+  std::string request, file, text, calls, reply;
+  bool restarts;  // every connection ends
+};
+
+std::vector<WriteCase> read_write_cases(const char* name) {
+  std::ifstream in(std::string(CAMRCD_SOURCE_DIR "/tests/control/data/") + name);
+  std::vector<WriteCase> cases;
+  for (std::string line; std::getline(in, line);) {
+    std::vector<std::string> f(1);
+    for (size_t i = 0; i < line.size() && line[0] != '#'; i++) {
+      if (line[i] == '|')
+        f.emplace_back();
+      else
+        f.back() += line.compare(i, 2, "\\n") == 0 ? (i++, '\n') : line[i];
+    }
+    for (std::string& s : f) {
+      s.erase(0, s.find_first_not_of(' '));
+      s.erase(s.find_last_not_of(' ') + 1);
+    }
+    if (f.size() >= 5)
+      cases.push_back({f[0], f[1], f[2], f[3], f[4], f.size() > 5 && f[5] == "ends"});
+  }
+  EXPECT_FALSE(cases.empty()) << name;
+  return cases;
+}
+
+// The programs run, as "program arg ...; program ...", once as many as expected ran.
+std::string calls_text(const std::string& root, const std::string& expected) {
+  size_t count = expected.empty() ? 0 : 1 + std::count(expected.begin(), expected.end(), ';');
+  std::string text;
+  for (const StubCall& call : wait_for_stub_calls(root, count, kDaemonWaitMs)) {
+    text += text.empty() ? call.program : "; " + call.program;
+    for (const std::string& arg : call.args)
+      text += " " + arg;
+  }
+  return text;
+}
+
+void expect_effects(const DaemonHarness& daemon, const WriteCase& c, const Reply& reply) {
+  expect_runs(reply, byte_runs(c.reply.c_str()), c.request);
+  if (!c.file.empty()) {
+    std::string text = file_text(daemon.web_path(c.file));
+    EXPECT_NE(std::string::npos, text.find(c.text)) << c.request << ": " << c.file << "\n" << text;
+  }
+  EXPECT_EQ(c.calls, calls_text(daemon.root(), c.calls)) << c.request;
+  for (const StubDescriptors& d : read_stub_descriptors(daemon.root()))
+    EXPECT_EQ((std::vector<int>{0, 1, 2}), d.descriptors) << c.request << ": " << d.program;
+}
+
+TEST(EndToEndCamera, WritesTakeNonZeroFieldsRewriteFilesAndRunPrograms) {
+  DaemonHarness daemon;
+  ASSERT_TRUE(daemon.ok()) << daemon.error();
+  int s = daemon.login_client();
+  for (const WriteCase& c : read_write_cases("writes.txt")) {
+    clear_stub_logs(daemon.root());
+    ASSERT_EQ(0, send_named(s, c.request)) << c.request;
+    Reply reply;
+    ASSERT_EQ(141, request_info(s, &reply)) << c.request;
+    expect_effects(daemon, c, reply);
+  }
+  EXPECT_TRUE(close_served(s));
+  close(s);
+}
+
+// Each on a fresh daemon: the writer gets no reply and is closed. A client logged in
+// before and one logging in after are each served one request and then closed, unless
+// nothing restarted.
+TEST(EndToEndCamera, StreamWritesEndEveryConnection) {
+  for (const WriteCase& c : read_write_cases("stream_writes.txt")) {
+    DaemonHarness daemon;
+    ASSERT_TRUE(daemon.ok()) << daemon.error();
+    int before = daemon.login_client();
+    int writer = daemon.login_client();
+    client_set_timeout(writer, 6000);  // a stream action pauses 1 second
+    ASSERT_EQ(0, send_named(writer, c.request)) << c.request;
+    Reply reply;
+    EXPECT_EQ(kResultPeerGone, read_reply(writer, &reply)) << c.request;
+    close(writer);
+    int after = daemon.login_client();
+    for (int s : {before, after}) {
+      ASSERT_EQ(141, request_info(s, &reply)) << c.request;
+      EXPECT_EQ(c.restarts, client_wait_closed(s, c.restarts ? kDaemonWaitMs : 100)) << c.request;
+      close(s);
+    }
+    expect_effects(daemon, c, reply);
+  }
+}
+
+std::vector<uint8_t> block_map(uint8_t fill) {
+  std::vector<uint8_t> map(4801, fill);  // the marker byte, then 4800 cells
+  map[0] = 'P';
+  return map;
+}
+
+// A valid motion write (payload lengths and trailers: Dispatch.MotionPayload...) saves
+// only while current_md is not 0 (a motion read with byte 7 set and byte 8 = 0 clears it).
+TEST(EndToEndCamera, MotionWritesReplaceTheMapOnlyWhenSelected) {
+  struct {
+    const char* select;              // a motion read first, with these bytes
+    uint8_t flags, fill, file_fill;  // sent, cells sent, cells in the file afterwards
+    bool runs;                       // kd_md_run started
+  } cases[] = {
+      {"", 0, 3, 3, true},
+      {"7=1 8=0", 0, 7, 3, false},
+      {"7=1 8=2", 0, 8, 8, true},
+      {"7=1 8=2", 0x12, 9, 8, true},  // detection off, method 2: no block file
+  };
+  DaemonHarness daemon;
+  ASSERT_TRUE(daemon.ok()) << daemon.error();
+  int s = daemon.login_client();
+  Reply reply;  // start-up does not load the motion group on type 1: a read does
+  for (const auto& c : cases) {
+    ASSERT_EQ(0, send_named(s, std::string("motion-read ") + c.select));
+    ASSERT_EQ(4835, read_reply(s, &reply)) << c.select;
+    clear_stub_logs(daemon.root());
+    std::vector<uint8_t> payload = block_map(c.fill);
+    payload.insert(payload.end(), {0x55, 0xAA});
+    RequestHeader write = make_request(kClassEvent, kSubMotionWrite);
+    request_set_byte(&write, 5, c.flags);
+    request_set_u16(&write, 6, static_cast<uint16_t>(payload.size()));
+    ASSERT_EQ(0, send_request(s, write, payload.data(), payload.size()));
+    ASSERT_EQ(141, request_info(s, &reply));  // a reply means the write is done
+    std::string file = file_text(daemon.web_path("kelda2/env_motion_block.dat"));
+    EXPECT_EQ(block_map(c.file_fill), std::vector<uint8_t>(file.begin(), file.end())) << c.fill;
+    EXPECT_EQ(c.runs ? "kd_md_run" : "", calls_text(daemon.root(), "")) << c.fill;
+  }
+  EXPECT_EQ(0u, file_text(daemon.web_path("kelda2/env_motion.ls"))
+                    .find("MOTION_EN = 0\nMD_METHOD = 2\nACCURACY = 2\n"));
+  // A read reloads the files: flags 0x12, length 4803, the map of the last saved file.
+  ASSERT_EQ(0, send_named(s, "motion-read"));
+  ASSERT_EQ(4835, read_reply(s, &reply));
+  expect_runs(reply, {{11, {1, 0x12, 0xC3, 0x12, 0, 0}}, {32, block_map(8)}}, "read");
+  EXPECT_TRUE(reply_trailer_ok(reply));
+  close(s);
+}
+
+using Picture = std::array<uint8_t, 5>;  // brightness, contrast, sharpness, hue, saturation
+
+// Reads the device information; the picture bytes 110-114, or all 0 on failure.
+Picture read_picture(int socket) {
+  Picture picture = {};
+  Reply reply;
+  if (request_info(socket, &reply) == 141)
+    std::copy(reply.bytes + 110, reply.bytes + 115, picture.begin());
+  return picture;
+}
+
+void write_picture(int socket, const Picture& picture) {
+  RequestHeader header = make_request(kClassCamera, kSubPicture);
+  for (size_t i = 0; i < picture.size(); i++)
+    request_set_byte(&header, 4 + i, picture[i]);
+  send_request(socket, header);
+}
+
+// Picture writes racing device information reads never show a mix of two writes; both
+// tuples survive the file's brightness scale unchanged (255 <-> 44, 7 <-> 12).
+// Afterwards a SIGALRM from outside is printed and ends neither connection.
+TEST(EndToEndCameraConcurrency, PictureWritesAndReadsNeverMixThenAlarmEndsNothing) {
+  const Picture written[2] = {{255, 10, 20, 30, 40}, {7, 50, 60, 70, 80}};
+  const std::set<Picture> whole = {{131, 128, 96, 128, 140}, written[0], written[1]};
+  DaemonHarness daemon;
+  ASSERT_TRUE(daemon.ok()) << daemon.error();
+  int writer = daemon.login_client();
+  int reader = daemon.login_client();
+  ASSERT_TRUE(writer >= 0 && reader >= 0);
+  std::atomic<bool> stop(false);
+  std::set<Picture> writer_seen;
+  std::set<Picture> reader_seen;
+  std::thread writing([&] {
+    for (int64_t end = monotonic_ms() + 2000; monotonic_ms() < end;) {
+      write_picture(writer, written[0]);
+      write_picture(writer, written[1]);
+      writer_seen.insert(read_picture(writer));  // also paces the writes
+    }
+    stop = true;
+  });
+  size_t reads = 0;
+  for (; !stop; reads++)
+    reader_seen.insert(read_picture(reader));
+  writing.join();
+  EXPECT_GT(reads, 10u);
+  EXPECT_EQ(std::set<Picture>{written[1]}, writer_seen);  // its own last write
+  for (const Picture& p : reader_seen)
+    EXPECT_EQ(1u, whole.count(p)) << "mixed: " << testing::PrintToString(p);
+  for (size_t i = 1; i <= 3; i++) {
+    ASSERT_EQ(0, kill(daemon.pid(), SIGALRM));
+    EXPECT_TRUE(daemon.wait_for_count("CountAlarm !!!!!!!!!\n", i)) << daemon.output();
+  }
+  EXPECT_TRUE(close_served(writer) && close_served(reader));
+  close(writer);
+  close(reader);
+  daemon.stop();
+  EXPECT_EQ(std::string::npos, daemon.errors().find("ThreadSanitizer")) << daemon.errors();
+}
+
+}  // namespace
+}  // namespace camrcd
