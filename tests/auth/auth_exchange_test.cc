@@ -6,13 +6,14 @@
 #include "auth/auth_exchange.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -38,69 +39,45 @@ TEST(NonceTest, ValuesAtChosenSeconds) {
     EXPECT_EQ(make_nonce_at(c[0]), c[1]) << c[0];
 }
 
-const char kCounted[] = "COUNT = 2\na = ann = pa = 152\nb = bob = pb = 254\nc = cy = pc = 152\n";
-const char kUncounted[] = "a = ann = pa = 152\nb = bob = pb = 152\nc = cy = pc = 152\n";
-const char kLong[] =
-    "COUNT = 2\nu = abcdefghijklmnopqrstuvwxyz = 0123456789012345678901234 = 152\n"
-    "v = bob = pb = 152\n";
-
-struct UserCase {
-  const char *file, *sought, *password;  // password and rights: expected on a match
-  int result, rights;
-  bool mismatch_printed;
-};
-
-const UserCase kUserCases[] = {
-    {kCounted, "ann", "pa", 0, 152, false},
-    {kCounted, "bob", "pb", 0, 254, false},  // the last counted record
-    {kCounted, "cy", "", -2, 0, false},      // beyond the count
-    {kUncounted, "bob", "pb", 0, 152, false},
-    {kUncounted, "cy", "", -2, 0, false},
-    {"a = ann = pa = 152\nCOUNTER = 3\nb = bob = pb = 152\nc = cy = pc = 152\n", "cy", "pc", 0, 152,
-     false},
-    {"COUNT = -1\na = x = p = 1\nb = y = p = 1\nc = z = pz = 152\n", "z", "pz", 0, 152, false},
-    {"COUNT = 5\na = ann = pa = 152\n", "dave", "", -2, 0, false},
-    {kCounted, "Ann", "", -2, 0, false},
-    {kCounted, "an", "", -2, 0, false},
-    {kCounted, "ann2", "", -2, 0, false},
-    {"COUNT = 1\nu = ann = pa = 408\n", "ann", "pa", 0, 152, false},  // low 8 bits
-    {"COUNT = 1\nu = ann = pa = 153\n", "ann", "pa", -7, 153, false},
-    {"COUNT = 1\nu = ann = pa = 24\n", "ann", "pa", -7, 24, true},
-    {"COUNT = 2\nu = ann = p1 = 153\nu = ann = p2 = 152\n", "ann", "p1", -7, 153, false},
-    {"COUNT = 2\nu = ann = pa = 152\n", "2", "", -7, 0, true},  // the count line too
-    {"COUNT = 3\nx = ghost\nu = bob = pb = 152\n", "bob", "pb", 0, 152, false},
-    {"COUNT = 1\nu\n=\nann =\n pa\n = 152\n", "ann", "pa", 0, 152, false},
-    {kLong, "abcdefghijklmnopqrs", "0123456789012345678", 0, 152, false},
-    {kLong, "bob", "pb", 0, 152, false},  // the cut word does not spill
-};
-
+// Runs data/user_lists.txt (its header describes a case), each list through fmemopen.
 TEST(UserListTest, FindsAndDecides) {
-  for (const UserCase& c : kUserCases) {
-    SCOPED_TRACE(std::string(c.sought) + " in " + c.file);
-    FILE* stream = fmemopen(const_cast<char*>(c.file), strlen(c.file), "r");
-    ASSERT_NE(stream, nullptr);
+  std::ifstream cases(CAMRCD_SOURCE_DIR "/tests/auth/data/user_lists.txt");
+  int count = 0;
+  for (std::string line; std::getline(cases, line);) {
+    std::istringstream words(line);
+    std::string sought, wanted, list;
+    int result, rights, mismatch;
+    if (line[0] == '#' || !(words >> sought >> wanted >> result >> rights >> mismatch))
+      continue;
+    std::getline(words >> std::ws, list);
+    for (size_t at = list.find("\\n"); at != std::string::npos; at = list.find("\\n", at))
+      list.replace(at, 2, "\n");
+    SCOPED_TRACE(sought + " in " + list);
+    ++count;
+    FILE* stream = fmemopen(&list[0], list.size(), "r");
     char name[kUserFieldSize + 1], password[kUserFieldSize + 1];
     memset(name, 0x7f, sizeof name), memset(password, 0x7f, sizeof password);
-    uint8_t rights = 0xEE;
+    uint8_t found_rights = 0xEE;
     testing::internal::CaptureStdout();
-    EXPECT_EQ(find_user_in_stream(stream, c.sought, name, password, &rights), c.result);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), c.mismatch_printed ? "Auth Mismatch\n" : "");
+    EXPECT_EQ(find_user_in_stream(stream, sought.c_str(), name, password, &found_rights), result);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), mismatch ? "Auth Mismatch\n" : "");
     fclose(stream);
     EXPECT_EQ(name[kUserFieldSize] + password[kUserFieldSize], 2 * 0x7f);  // nothing past them
-    if (c.result != -2) {
-      EXPECT_STREQ(name, c.sought);
-      EXPECT_STREQ(password, c.password);
-      EXPECT_EQ(rights, c.rights);
+    if (result != -2) {
+      EXPECT_EQ(name, sought);
+      EXPECT_EQ(password, wanted == "-" ? "" : wanted);
+      EXPECT_EQ(found_rights, rights);
     }
   }
+  EXPECT_EQ(count, 20);
 }
 
 // The first `size` bytes of a message: type, length, status and nonce, little-endian.
 Bytes head(uint8_t type, uint16_t length, uint8_t status, uint32_t nonce = 0, size_t size = 12) {
-  Bytes bytes = {type, 0, static_cast<uint8_t>(length), static_cast<uint8_t>(length >> 8), status};
-  bytes.resize(8);
-  for (int i = 0; i < 4; ++i)
-    bytes.push_back(static_cast<uint8_t>(nonce >> 8 * i));
+  Bytes bytes = {
+      type, 0, static_cast<uint8_t>(length), static_cast<uint8_t>(length >> 8), status, 0, 0, 0};
+  for (int shift = 0; shift < 32; shift += 8)
+    bytes.push_back(static_cast<uint8_t>(nonce >> shift));
   bytes.resize(size);
   return bytes;
 }
@@ -122,10 +99,11 @@ Bytes receive(int socket, size_t count) {
   return bytes;
 }
 
+// name nullptr: the client leaves before the opening message; password nullptr: after
+// the answer. length: of the response.
 struct Case {
   bool list;
-  const char* name;      // nullptr: the client leaves before the opening message
-  const char* password;  // nullptr: the client leaves after the answer
+  const char *name, *password;
   uint16_t length;
   uint8_t answer, verdict;
   int result;
@@ -144,45 +122,8 @@ const Case kCases[] = {
     {true, "admin", "secret", 261, kAuthStatusChallenge, kAuthStatusMalformedResponse, -1},
 };
 
-void exchange(const Case& c) {
-  int pair[2];
-  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair), 0);
-  timeval limit = {2, 0};
-  setsockopt(pair[0], SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-  int result = 1;
-  std::thread server([&] { result = authenticate_client(pair[1]); });
-  if (c.name != nullptr) {
-    Bytes opening = head(0xA5, 0xA5A5, 0xA5, 0xF4338211);  // a head not to be examined
-    for (size_t i = kAuthDataOffset; i < kAuthMessageSize; ++i)
-      opening.push_back(static_cast<uint8_t>(i));  // after the name: echoed in a refusal
-    memcpy(&opening[kAuthDataOffset], c.name, strlen(c.name) + 1);
-    uint32_t before = static_cast<uint32_t>(time(nullptr));
-    send(pair[0], opening.data(), opening.size(), 0);
-    Bytes answer = receive(pair[0], kAuthMessageSize);
-    uint32_t nonce = answer[8] | answer[9] << 8 | answer[10] << 16 | uint32_t{answer[11]} << 24;
-    Bytes expected = head(kAuthTypeAnswer, 0, c.answer, 0xF4338211);
-    expected.insert(expected.end(), opening.begin() + kAuthDataOffset, opening.end());
-    if (c.answer == kAuthStatusChallenge) {
-      EXPECT_TRUE(nonce == make_nonce_at(before) || nonce == make_nonce_at(time(nullptr)));
-      expected = sealed(c.name, &opening[kAuthNonceOffset], head(kAuthTypeAnswer, 260, 0, nonce));
-    }
-    EXPECT_EQ(answer, expected);
-    if (c.password != nullptr) {
-      Bytes response = sealed(c.password, &answer[kAuthNonceOffset], head(2, c.length, 0));
-      send(pair[0], response.data(), response.size(), 0);
-      EXPECT_EQ(receive(pair[0], kAuthVerdictSize), head(kAuthTypeVerdict, 0, c.verdict, 0, 8));
-    }
-  }
-  shutdown(pair[0], SHUT_WR);
-  server.join();
-  shutdown(pair[1], SHUT_WR);
-  char extra;
-  EXPECT_EQ(recv(pair[0], &extra, 1, 0), 0);  // nothing more was sent
-  EXPECT_EQ(result, c.result);
-  close(pair[0]);
-  close(pair[1]);
-}
-
+// Each case on a socket pair, the server in a thread, the list (when asked) below a
+// temporary root; the first case runs before the list is made.
 TEST(AuthExchangeTest, ServerThreadAnswersEachClient) {
   char root[] = "/tmp/camrcd-exchange-XXXXXX";
   ASSERT_NE(mkdtemp(root), nullptr);
@@ -190,13 +131,47 @@ TEST(AuthExchangeTest, ServerThreadAnswersEachClient) {
   const std::string admin = std::string(root) + kWebRoot + "/admin";
   for (const Case& c : kCases) {
     SCOPED_TRACE(&c - kCases);
-    if (c.list && system(("mkdir -p " + admin).c_str()) == 0) {
+    if (c.list && std::filesystem::create_directories(admin))
       std::ofstream(admin + "/user_list.lst") << "COUNT = 3\nu1 = admin = secret = 254\nu2 = "
                                                  "viewer = look = 24\nu3 = op = Op3rator = 152\n";
+    int pair[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair), 0);
+    timeval limit = {2, 0};
+    setsockopt(pair[0], SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    int result = 1;
+    std::thread server([&] { result = authenticate_client(pair[1]); });
+    if (c.name != nullptr) {
+      Bytes opening = head(0xA5, 0xA5A5, 0xA5, 0xF4338211);  // a head not to be examined
+      for (size_t i = kAuthDataOffset; i < kAuthMessageSize; ++i)
+        opening.push_back(static_cast<uint8_t>(i));  // after the name: echoed in a refusal
+      memcpy(&opening[kAuthDataOffset], c.name, strlen(c.name) + 1);
+      uint32_t before = static_cast<uint32_t>(time(nullptr));
+      send(pair[0], opening.data(), opening.size(), 0);
+      Bytes answer = receive(pair[0], kAuthMessageSize);
+      uint32_t nonce = answer[8] | answer[9] << 8 | answer[10] << 16 | uint32_t{answer[11]} << 24;
+      Bytes expected = head(kAuthTypeAnswer, 0, c.answer, 0xF4338211);
+      expected.insert(expected.end(), opening.begin() + kAuthDataOffset, opening.end());
+      if (c.answer == kAuthStatusChallenge) {
+        EXPECT_TRUE(nonce == make_nonce_at(before) || nonce == make_nonce_at(time(nullptr)));
+        expected = sealed(c.name, &opening[kAuthNonceOffset], head(kAuthTypeAnswer, 260, 0, nonce));
+      }
+      EXPECT_EQ(answer, expected);
+      if (c.password != nullptr) {
+        Bytes response = sealed(c.password, &answer[kAuthNonceOffset], head(2, c.length, 0));
+        send(pair[0], response.data(), response.size(), 0);
+        EXPECT_EQ(receive(pair[0], kAuthVerdictSize), head(kAuthTypeVerdict, 0, c.verdict, 0, 8));
+      }
     }
-    exchange(c);
+    shutdown(pair[0], SHUT_WR);
+    server.join();
+    shutdown(pair[1], SHUT_WR);
+    char extra;
+    EXPECT_EQ(recv(pair[0], &extra, 1, 0), 0);  // nothing more was sent
+    EXPECT_EQ(result, c.result);
+    close(pair[0]);
+    close(pair[1]);
   }
-  EXPECT_EQ(system(("rm -rf " + std::string(root)).c_str()), 0);
+  std::filesystem::remove_all(root);
   dev_root_init("");
 }
 
