@@ -1,0 +1,303 @@
+// End-to-end sessions of the real daemon. Start-up: banner, test-mode argument, the
+// listener's port (from the port file, or 9001 without one), the end after a failed
+// bind. Login against the user list: refusals echo the opening message, the challenge
+// seals the user's name, the three verdicts. Lifecycle: a few hundred abusive
+// connections (garbage, truncated messages, huge declared lengths, failed logins,
+// clients leaving at every step, with an orderly close or a reset) leave the daemon
+// with the descriptors it had before and a user count of 0: five clients are served, a
+// sixth is not. Framing: a header may arrive in pieces; 32 bytes with a wrong prefix
+// are dropped whole, so the next 32 bytes are read as a header.
+#include <errno.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <string.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "client/client_login.h"
+#include "client/client_request.h"
+#include "client/client_socket.h"
+#include "support/daemon_harness.h"
+#include "support/e2e_clients.h"
+
+namespace camrcd {
+namespace {
+
+// A listening socket on the wildcard address without SO_REUSEADDR; -1 on failure.
+int occupy_port(uint16_t port) {
+  int socket_fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address = {};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port);
+  if (bind(socket_fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+      listen(socket_fd, 1) == 0)
+    return socket_fd;
+  close(socket_fd);
+  return -1;
+}
+
+// Each case starts a daemon, without the port file (port 9001) when asked; the first
+// runs without arguments.
+TEST(EndToEndStartup, BannerTestModeAndListener) {
+  const struct {
+    std::vector<std::string> arguments;
+    bool test_mode, port_file;
+  } cases[] = {{{}, false, true},
+               {{"T1", "x"}, true, true},
+               {{"t"}, false, false},
+               {{"x", "T"}, false, true}};
+  for (const auto& c : cases) {
+    int probe = c.port_file ? -2 : occupy_port(9001);
+    if (probe == -1)
+      continue;  // port 9001 is in use on this machine
+    close(probe);
+    DaemonOptions options;
+    options.arguments = c.arguments;
+    options.port_file = c.port_file;
+    DaemonHarness daemon(options);
+    ASSERT_TRUE(daemon.ok()) << daemon.error();
+    std::string output = daemon.output();
+    EXPECT_EQ(output.find("\nRemote Control Ver 2.000 \n 'T' for Test mode \n"), 0u) << output;
+    EXPECT_EQ(output.find("TEST MODE argv=T\n") != std::string::npos, c.test_mode) << output;
+    std::string port = c.port_file ? std::to_string(daemon.port()) : "9001";
+    EXPECT_NE(output.find("Control listen() started - port(" + port + ")\n"), std::string::npos);
+    int client = client_connect("127.0.0.1", std::stoi(port));
+    char greeting[5] = {};
+    EXPECT_EQ(client_recv(client, greeting, 4), 4);
+    EXPECT_STREQ(greeting, "1000");
+    close(client);
+  }
+}
+
+TEST(EndToEndStartup, PortInUseEndsWithStatusZeroAfterTheBindMessage) {
+  DaemonOptions options;
+  options.port = free_tcp_port();
+  options.wait_for_listen = false;
+  int holder = occupy_port(options.port);
+  ASSERT_GE(holder, 0);
+  DaemonHarness daemon(options);
+  ASSERT_TRUE(daemon.ok()) << daemon.error();
+  int status = -1;
+  ASSERT_TRUE(daemon.wait_for_exit(kDaemonStartMs, &status)) << daemon.output();
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+  std::string bind_failed =
+      "TCP Lsiten Socket Bind A fail reason : err=" + std::to_string(EADDRINUSE) + " \n";
+  EXPECT_NE(daemon.output().find(bind_failed), std::string::npos) << daemon.output();
+  EXPECT_EQ(daemon.output().find("Control listen() started"), std::string::npos);
+  close(holder);
+}
+
+// Whatever the verdict or refusal, the daemon then ends the connection unless it let
+// the client in; a client it let in is served.
+TEST(EndToEndLogin, RefusalsChallengeAndVerdicts) {
+  DaemonOptions options;
+  options.prepare = [](const std::string& root) {
+    write_text_file(root + "/home/zr/webserver/web/admin/user_list.lst",
+                    "COUNT = 3\nU1 = demo = camera1 = 152\nU2 = admin = admin1 = 254\n"
+                    "U3 = viewer = view1 = 24\n");
+  };
+  DaemonHarness daemon(options);
+  ASSERT_TRUE(daemon.ok()) << daemon.error();
+  const struct {
+    const char* user;
+    const char* password;  // nullptr: the answer is a refusal
+    uint16_t length;
+    uint32_t status;  // of the refusal, or of the verdict
+  } cases[] = {
+      {"nobody", nullptr, 0, kAuthStatusNoSuchUser},
+      {"viewer", nullptr, 0, kAuthStatusRightsRefused},
+      {"admin", "admin1", 260, kAuthStatusAuthenticated},
+      {"demo", "admin1", 260, kAuthStatusWrongResponse},  // another user's password
+      {"demo", "camera1", 259, kAuthStatusMalformedResponse},
+      {"demo", nullptr, 0, kAuthStatusUserListUnreadable},  // last: the list is removed
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.user);
+    if (!c.password && c.status == kAuthStatusUserListUnreadable)
+      unlink(daemon.web_path("admin/user_list.lst").c_str());
+    int s = daemon.connect_client();
+    const uint8_t nonce[4] = {0xC1, 0x1E, 0x47, 0x5A};
+    uint8_t opening[kAuthMessageSize], answer[kAuthMessageSize], verdict[kAuthVerdictSize];
+    build_opening_message(opening, c.user, nonce);
+    opening[0] = 0xEE;  // the head of an opening message is not looked at
+    ASSERT_EQ(client_send(s, opening, kAuthMessageSize), 0);
+    ASSERT_EQ(login_read_answer(s, answer), 0);
+    EXPECT_EQ(auth_read_type(answer), kAuthTypeAnswer);
+    if (c.password == nullptr) {
+      EXPECT_EQ(auth_read_length(answer), 0);
+      EXPECT_EQ(auth_read_status(answer), c.status);
+      EXPECT_EQ(memcmp(answer + 8, opening + 8, kAuthMessageSize - 8), 0) << "no echo";
+    } else {
+      EXPECT_EQ(auth_read_length(answer), kAuthBodyLength);
+      ASSERT_EQ(auth_read_status(answer), kAuthStatusChallenge);
+      char sealed_name[32];
+      read_challenge_name(answer, nonce, sealed_name, sizeof sealed_name);
+      EXPECT_STREQ(sealed_name, c.user);
+      ASSERT_EQ(login_send_response(s, c.password, answer + kAuthNonceOffset, c.length), 0);
+      ASSERT_EQ(login_read_verdict(s, verdict), 0);
+      EXPECT_EQ(auth_read_type(verdict), kAuthTypeVerdict);
+      EXPECT_EQ(auth_read_status(verdict), c.status);
+    }
+    bool in = c.password && c.status == kAuthStatusAuthenticated;
+    EXPECT_TRUE(in ? close_served(s) : client_wait_closed(s, kDaemonWaitMs));
+    close(s);
+  }
+  EXPECT_EQ(daemon.count_in_output("Auth Mismatch\n"), 1u);
+  EXPECT_EQ(daemon.count_in_output("fopen() failed - /admin/user_list.lst\n"), 1u);
+}
+
+const uint8_t kNonce[4] = {1, 2, 3, 4};
+constexpr int kKinds = 9;
+
+void garbage(int socket, size_t length, uint8_t seed) {
+  std::vector<uint8_t> bytes(length);
+  for (size_t i = 0; i < length; i++)
+    bytes[i] = static_cast<uint8_t>(seed + i * 37);
+  client_send(socket, bytes.data(), bytes.size());
+}
+
+// Reads the greeting, sends an opening message for user and reads the answer.
+bool answered(int s, const char* user, uint8_t* answer) {
+  return client_read_greeting(s) == 0 && login_send_opening(s, user, kNonce) == 0 &&
+         login_read_answer(s, answer) == 0;
+}
+
+bool logged_in(int s) {
+  return client_read_greeting(s) == 0 &&
+         client_login(s, "demo", "camera1").outcome == kLoginLoggedIn;
+}
+
+// Abuse number i of a fresh connection: kind i % kKinds, lengths varied by n. The
+// caller closes the connection.
+void abuse(int s, int i) {
+  int n = i / kKinds;
+  uint8_t m[kAuthMessageSize];
+  memset(m, 'a' + n % 26, sizeof m);
+  switch (i % kKinds) {
+    case 0:  // connect and go
+      return;
+    case 1:
+      return garbage(s, 1 + (n * 53) % 700, static_cast<uint8_t>(n));
+    case 2:  // an opening message whose name has no end, or a truncated one
+      if (n % 2 == 0)
+        build_opening_message(m, "demo", kNonce);
+      client_send(s, m, n % 2 ? sizeof m : n * 11 % kAuthMessageSize);
+      return;
+    case 3:  // an unknown user, or a challenge left unanswered
+      answered(s, n % 2 ? "stranger" : "demo", m);
+      return;
+    case 4:  // a truncated response
+      if (answered(s, "demo", m))
+        client_send(s, m, 1 + n * 13 % (kAuthMessageSize - 1));
+      return;
+    case 5: {  // good, wrong, huge or short responses; the verdict read or not
+      const uint16_t lengths[] = {kAuthBodyLength, static_cast<uint16_t>(0xFFFF - n), 259};
+      if (answered(s, "demo", m) &&
+          login_send_response(s, n % 4 ? "camera1" : "camera2", m + kAuthNonceOffset,
+                              lengths[n % 3]) == 0 &&
+          n % 2)
+        login_read_verdict(s, m);
+      return;
+    }
+  }
+  if (!logged_in(s))
+    return;
+  if (i % kKinds == 6) {  // garbage: half a header, or headers with bad prefixes
+    garbage(s, n % 2 ? n % 32 : 32 * (1 + n % 4), n % 2 ? 0x77 : 0x10);
+  } else if (i % kKinds == 7) {  // a motion write declaring far more payload than it sends
+    RequestHeader motion = make_request(kClassEvent, kSubMotionWrite);
+    request_set_u16(&motion, 6, 0xFFFF);
+    std::vector<uint8_t> payload(100 + n * 300, 0x01);
+    send_request(s, motion, payload.data(), payload.size());
+  } else {  // ignored requests, then a request whose reply is never read
+    send_request(s, make_reload_request(0x0400));  // an invalid group bit set
+    send_request(s, make_request(kClassInformation, 0x05));
+    send_request(s, make_request(kClassCamera, static_cast<uint8_t>(0x30 + n)));
+    send_request(s, make_request(kClassInformation, kSubDeviceInfo));
+  }
+}
+
+TEST(EndToEndLifecycle, AbuseGivesBackDescriptorsAndUserSlots) {
+  DaemonHarness daemon;
+  ASSERT_TRUE(daemon.ok()) << daemon.error();
+  int warm_up = daemon.login_client();  // settles whatever a first client opens
+  ASSERT_TRUE(warm_up >= 0 && info_served(warm_up) && close_served(warm_up));
+  close(warm_up);
+  ASSERT_TRUE(wait_for_ended(daemon, 1));
+  usleep(20000);  // the close sequence ends with the close after its last line
+  int before = daemon.open_descriptor_count();
+  ASSERT_GT(before, 0);
+  size_t connections = 1;
+  for (int i = 0; i < 24 * kKinds; i++, connections++) {
+    int s = client_connect("127.0.0.1", daemon.port(), 1000);
+    ASSERT_GE(s, 0) << "connection " << connections;
+    abuse(s, i);
+    i / kKinds % 2 == 0 ? close_with_reset(s) : void(close(s));
+  }
+  ASSERT_TRUE(wait_for_ended(daemon, connections, 10000))
+      << ended_connections(daemon) << " of " << connections << " ended";
+  EXPECT_TRUE(wait_until(kDaemonWaitMs, [&] { return daemon.open_descriptor_count() == before; }))
+      << daemon.open_descriptor_count() << " descriptors, " << before << " before";
+  std::vector<int> admitted;
+  for (int i = 0; i < 5; i++) {
+    admitted.push_back(daemon.login_client());
+    EXPECT_TRUE(admitted.back() >= 0 && info_served(admitted.back())) << "client " << i;
+  }
+  for (int sixth = 0; sixth < 2; sixth++) {  // let in, served nothing, closed; twice:
+    int s = daemon.login_client();           // leaving must not free a slot
+    ASSERT_GE(s, 0);
+    send_request(s, make_request(kClassInformation, kSubClose));
+    Reply reply;
+    EXPECT_LT(read_reply(s, &reply), 0) << "a sixth client was served";
+    close(s);
+    EXPECT_TRUE(wait_for_ended(daemon, ++connections));
+  }
+  EXPECT_EQ(daemon.count_in_output("==Start User Count =6"), 0u);
+  for (int s : admitted) {
+    EXPECT_TRUE(info_served(s) && close_served(s));
+    close(s);
+  }
+}
+
+// Each case sends an optional bad header, then a close request, in the given pieces;
+// the close request must get its close reply.
+TEST(EndToEndLifecycle, HeadersInPiecesAndBadPrefixes) {
+  DaemonHarness daemon;
+  ASSERT_TRUE(daemon.ok()) << daemon.error();
+  const struct {
+    std::vector<uint8_t> prefix;  // of a bad header; empty: none
+    std::vector<size_t> pieces;
+    const char* printed;
+  } cases[] = {
+      {{}, {1, 1, 1, 1, 1}, ""},
+      {{'x', 'x'}, {}, "Pre-Fix Not Match 7878\n"},
+      {{0x33, 0x77}, {32}, "Pre-Fix Not Match 3377\n"},  // byte order swapped
+      {{0x77, 0x00}, {37}, "Pre-Fix Not Match 7700\n"},  // the close split after 5 bytes
+      {{0x00, 0x33}, {10, 40}, "Pre-Fix Not Match 33\n"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    int s = daemon.login_client();
+    std::vector<uint8_t> bytes = c.prefix;
+    if (!bytes.empty()) {
+      bytes.resize(32, 0x5A);
+      bytes[2] = kClassInformation;  // a good class and sub after a bad prefix
+      bytes[3] = kSubClose;
+    }
+    RequestHeader close_request = make_request(kClassInformation, kSubClose);
+    bytes.insert(bytes.end(), close_request.bytes, close_request.bytes + 32);
+    ASSERT_TRUE(send_in_pieces(s, bytes.data(), bytes.size(), c.pieces, 20));
+    Reply reply;
+    EXPECT_EQ(read_reply(s, &reply), 32);
+    EXPECT_TRUE(is_close_reply(reply) && client_wait_closed(s, kDaemonWaitMs));
+    close(s);
+    EXPECT_NE(daemon.output().find(c.printed), std::string::npos);
+  }
+}
+
+}  // namespace
+}  // namespace camrcd
