@@ -1,13 +1,17 @@
-// Request handling rules: write-request field copies (zero means "unchanged" except for
-// selectors; 16-bit fields; the MPEG bitrate taken only under rate-control code 2; the
-// text rules), video resolution acceptance, the reload bit set, and motion payloads of
-// every declared length (the connection must stay in step with the client's bytes).
+// Request handling rules the end-to-end writes do not reach: field copies (selectors
+// taken even when 0, the MPEG bitrate under a rate-control code other than 2, the text
+// rules), video resolution acceptance, the reload bit set, motion payloads of every
+// declared length (the connection must stay in step with the client's bytes), and the
+// reply builders against recorded replies (data/replies.txt: name, length, the first
+// bytes in hex; every byte of the record holds its own value, so a field taken from the
+// wrong place shows; the buffer is pre-filled with a marker so an unwritten byte shows).
 #include <gtest/gtest.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <fstream>
 #include <initializer_list>
 #include <string>
 #include <thread>
@@ -16,6 +20,7 @@
 
 #include "control/dispatch.h"
 #include "control/field_copies.h"
+#include "control/replies.h"
 #include "control/request_header.h"
 #include "settings/settings_record.h"
 
@@ -24,44 +29,31 @@ namespace {
 
 using Header = std::initializer_list<std::pair<int, int>>;  // byte, value; the rest 0
 
-struct Field {  // a byte or a 32-bit field of the record
-  Field(uint8_t* b) : byte(b) {}
-  Field(int32_t* w) : word(w) {}
-  uint8_t* byte = nullptr;
-  int32_t* word = nullptr;
-};
-
 TEST(FieldCopies, NumberRules) {
   SettingsRecord& s = settings;
   const struct {
     const char* name;
     const FieldCopyTable& table;
     Header header;
-    Field field;
+    uint8_t* byte;  // the field: a byte, or else a 32-bit word
+    int32_t* word;
     int before, after, cbr;  // cbr: mpeg_cbr_code before the copy
   } cases[] = {
-      {"0 keeps", kPictureWriteFields, {{5, 7}}, &s.camcontrol1.cam_brightness, 40, 40, 0},
-      {"non-zero sets", kPictureWriteFields, {{5, 7}}, &s.camcontrol1.cam_contrast, 1, 7, 0},
-      {"selector 0 taken", kAlarmLinkWriteFields, {{8, 2}}, &s.current_alarmin, 3, 0, 0},
-      {"md2 area 0 taken", kMd2MotionWriteFields, {{4, 1}}, &s.current_md, 5, 0, 0},
-      {"16-bit high byte only", kPrivacyWriteFields, {{8, 1}}, &s.privacy.privacy_left, 0, 256, 0},
-      {"16-bit 0 keeps", kPrivacyWriteFields, {{9, 5}}, &s.privacy.privacy_left, 77, 77, 0},
-      {"bitrate 0, code set 2", kMpegWriteFields, {{6, 2}}, &s.mpeg.mpeg_bitrate, 1234, 0, 1},
-      {"code set 1", kMpegWriteFields, {{6, 1}, {8, 9}}, &s.mpeg.mpeg_bitrate, 1234, 1234, 2},
-      {"code 0", kMpegWriteFields, {{8, 9}}, &s.mpeg.mpeg_bitrate, 1234, 1234, 0},
-      {"code 2", kMpegWriteFields, {{8, 0x10}, {9, 0x27}}, &s.mpeg.mpeg_bitrate, 0, 10000, 2},
-      {"stream", kStreamMpegWriteFields, {{7, 2}, {9, 1}}, &s.mpeg.mpeg_bitrate, 5, 1, 1},
+      {"selector 0 taken", kAlarmLinkWriteFields, {{8, 2}}, &s.current_alarmin, nullptr, 3, 0, 0},
+      {"md2 area 0 taken", kMd2MotionWriteFields, {{4, 1}}, &s.current_md, nullptr, 5, 0, 0},
+      {"code 0", kMpegWriteFields, {{8, 9}}, nullptr, &s.mpeg.mpeg_bitrate, 1234, 1234, 0},
+      {"stream", kStreamMpegWriteFields, {{7, 2}, {9, 1}}, nullptr, &s.mpeg.mpeg_bitrate, 5, 1, 1},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     settings = SettingsRecord{};
     settings.mpeg.mpeg_cbr_code = static_cast<uint8_t>(c.cbr);
-    c.field.byte ? void(*c.field.byte = uint8_t(c.before)) : void(*c.field.word = c.before);
+    c.byte ? void(*c.byte = uint8_t(c.before)) : void(*c.word = c.before);
     uint8_t header[kRequestHeaderSize] = {};
     for (const auto& [at, value] : c.header)
       header[at] = static_cast<uint8_t>(value);
     copy_fields(c.table, header);
-    EXPECT_EQ(c.field.byte ? *c.field.byte : *c.field.word, c.after);
+    EXPECT_EQ(c.byte ? *c.byte : *c.word, c.after);
   }
 }
 
@@ -77,7 +69,6 @@ TEST(FieldCopies, TextRules) {
     char* field;
     std::string after;
   } cases[] = {
-      {"first byte 0 keeps", kTitleWriteFields, 4, std::string("\0abc", 4), title, kOld},
       {"shorter clears the rest", kTitleWriteFields, 4, "Door", title, "Door"},
       {"at most 20", kOsdWriteFields, 8, "abcdefghijklmnopqrstUV", osd, "abcdefghijklmnopqrst"},
       {"preset name 0 clears", kPresetSetFields, 14, "", preset, ""},
@@ -169,6 +160,53 @@ TEST(Dispatch, MotionPayloadFromAWriterThread) {
   }
   close(ends[0]);
   close(ends[1]);
+}
+
+constexpr uint8_t kUnwritten = 0xEE;  // the pattern below never holds it
+
+struct Case {
+  const char* name;
+  size_t (*build)(uint8_t*, uint16_t);
+  uint8_t type, areas, map_valid;
+};
+
+const Case kCases[] = {
+    {"info-1-1", build_device_info_reply, 1, 1, 0}, {"info-1-0", build_device_info_reply, 1, 0, 0},
+    {"info-0-3", build_device_info_reply, 0, 3, 0}, {"info-2-1", build_device_info_reply, 2, 1, 0},
+    {"motion-1-1", build_motion_reply, 1, 0, 1},    {"motion-2-0", build_motion_reply, 2, 0, 0},
+    {"motion-0-1", build_motion_reply, 0, 0, 1},    {"alarm-link", build_alarm_link_reply, 1, 0, 0},
+    {"preset", build_preset_reply, 2, 0, 0},        {"close", build_close_reply, 1, 0, 0},
+};
+
+TEST(Replies, MatchRecordedBytes) {
+  std::ifstream data(CAMRCD_SOURCE_DIR "/tests/control/data/replies.txt");
+  std::string name, hex;
+  size_t length = 0, checked = 0;
+  while (data >> name >> length >> hex) {
+    const Case* c = kCases;
+    while (c < std::end(kCases) && name != c->name)
+      ++c;
+    ASSERT_NE(c, std::end(kCases)) << name;
+    SCOPED_TRACE(name);
+    uint8_t* record = reinterpret_cast<uint8_t*>(&settings);
+    for (size_t i = 0; i < sizeof settings; ++i)
+      record[i] = static_cast<uint8_t>(1 + i % 200);
+    settings.device_type = c->type;
+    settings.privacy.privacy_area_valid = c->areas;
+    settings.motion_map_valid = c->map_valid;
+    strcpy(settings.title.camera_title, "cam");  // a short text is padded with zeros
+    std::vector<uint8_t> buffer(kConnectionBufferSize, kUnwritten);
+    ASSERT_EQ(c->build(buffer.data(), 0), length);
+    for (size_t i = 0; i < hex.size(); i += 2)
+      EXPECT_EQ(buffer[i / 2], std::stoi(hex.substr(i, 2), nullptr, 16)) << "byte " << i / 2;
+    EXPECT_EQ(std::count(buffer.begin(), buffer.begin() + length, kUnwritten), 0);
+    EXPECT_EQ(buffer[length], kUnwritten);
+    if (length > kReplyHeaderSize) {
+      EXPECT_EQ(buffer[length - 2] << 8 | buffer[length - 1], 0x55AA);
+    }
+    ++checked;
+  }
+  EXPECT_EQ(checked, std::size(kCases));
 }
 
 }  // namespace
