@@ -34,13 +34,10 @@ void expect_same_as_fscanf(std::string text) {
 
 TEST(FlatScan, MatchesTheLibraryScan) {
   for (const char* text :
-       {"KEY = value\nNEXT = 2\n", "KEY=value\nNEXT = 2\n", "KEY =value\n", "KEY= value\nN = 2\n",
-        "KEY = \n", "KEY", "KEY =", "\n\n  \t\n", "= = =\n", "A = B = C\n", "a\r\nb = c\r\n",
-        "K\v=\fV", "KEY = two words\nX = 1\n", "ONLYKEY\nX = 1",
-        "THIS_KEY_IS_FAR_LONGER_THAN_NINETEEN = 1\n",
+       {"THIS_KEY_IS_FAR_LONGER_THAN_NINETEEN = 1\n",
         "K = 0123456789012345678901234567890123456789012345678901234567890123456789\n"})
     expect_same_as_fscanf(text);
-  const char alphabet[] = "ab=  =\n\t=xyz";
+  const char alphabet[] = "ab=  =\n\t=xyz\r\v\f";
   std::mt19937 random(7);
   for (int round = 0; round < 3000; ++round) {
     std::string text(1 + random() % 40, ' ');
