@@ -11,14 +11,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <fstream>
-#include <iterator>
 #include <set>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "client/client_request.h"
@@ -66,7 +63,8 @@ void expect_runs(const Reply& reply, const ByteRuns& runs, const std::string& la
 }
 
 // Sends "NAME OFFSET=V ...": the request of that name (client_request.cc) with those bytes.
-int32_t send_named(int socket, const std::string& request) {
+int32_t send_named(int socket, const std::string& request,
+                   const std::vector<uint8_t>& payload = {}) {
   size_t space = std::min(request.find(' '), request.size());
   const RequestKind* kind = find_request_kind(request.substr(0, space).c_str());
   if (kind == nullptr)
@@ -76,7 +74,7 @@ int32_t send_named(int socket, const std::string& request) {
     for (size_t i = 0; i < run.second.size(); i++)
       request_set_byte(&header, run.first + i, run.second[i]);
   }
-  return send_request(socket, header);
+  return send_request(socket, header, payload.data(), payload.size());
 }
 
 int32_t request_info(int socket, Reply* reply) {
@@ -105,25 +103,35 @@ void rename_model(const std::string& root) {
   write_text_file(root + kWebRoot + "/admin/product_info.ls", "Vendor = ZR\nModel = ZR-X100\n");
 }
 
-TEST(EndToEndCamera, InfoLayoutFollowsTheDeviceTypeAndWhatStartupLoaded) {
+// Each case on a fresh daemon: a device information request, or a reload request (on
+// type 0, whose start-up loads neither the privacy group nor the video file rewritten
+// after it). A request that is no valid reload gets no answer: the motion read sent
+// after it must give the next reply.
+TEST(EndToEndCamera, InfoFollowsTheDeviceTypeWhatStartupLoadedAndReloads) {
   struct {
     const char* label;
     int camera_type;  // of the sandbox
     void (*prepare)(const std::string& root);
-    int32_t length;
+    uint16_t reload;  // group bits; 0: a device information request
+    int32_t length;   // 0: no reply
     const char* bytes;
   } cases[] = {
       // Alarm codes of env_alarm.ls (OUT_WIR 0 is mode 1); privacy 7,143 84x84 as edges.
-      {"type 1", 1, nullptr, 141, "11=0,0,1,0 104=2,18,2,1,5,0 128=1,1,1,7,0,143,0,91,0,227,0"},
+      {"type 1", 1, nullptr, 0, 141, "11=0,0,1,0 104=2,18,2,1,5,0 128=1,1,1,7,0,143,0,91,0,227,0"},
       {"type 1, no privacy file", 1,
        [](const std::string& root) {
          unlink((root + kWebRoot + "/kelda2/env_privacy.ls").c_str());
        },
-       133, "128=0,0,0"},
+       0, 133, "128=0,0,0"},
       // An unlisted model loads neither alarm nor privacy although both files exist.
-      {"type 0", 1, rename_model, 133, "11=0,0,0,0 104=0,0,0,0,0 128=0,0,0"},
+      {"type 0", 1, rename_model, 0, 133, "11=0,0,0,0 104=0,0,0,0,0 128=0,0,0"},
       // The auto-run block; its values belong to the auto-run group.
-      {"type 2", 2, nullptr, 143, "11=0,1,2,0 104=0,0,0,0,0 128=0,0,0 140=0"},
+      {"type 2", 2, nullptr, 0, 143, "11=0,1,2,0 104=0,0,0,0,0 128=0,0,0 140=0"},
+      {"reload 0x8001", 1, rename_model, 0x8001, 0, ""},
+      {"reload 0x1005: information class, unknown sub", 1, rename_model, 0x1005, 0, ""},
+      {"reload 0x0005", 1, rename_model, 0x0005, 133, "46=2,3 128=0,0,0"},
+      {"reload 0x0010", 1, rename_model, 0x0010, 141, "128=1,1,1,7,0,143,0,91,0,227,0"},
+      {"reload 0x1200: bits 9 and 12 load nothing", 1, rename_model, 0x1200, 133, "128=0,0,0"},
   };
   for (const auto& c : cases) {
     DaemonOptions options;
@@ -131,51 +139,21 @@ TEST(EndToEndCamera, InfoLayoutFollowsTheDeviceTypeAndWhatStartupLoaded) {
     options.prepare = c.prepare;  // empty when null
     DaemonHarness daemon(options);
     ASSERT_TRUE(daemon.ok()) << daemon.error();
+    write_text_file(daemon.web_path("kelda2/env_video.ls"),
+                    "VIDEO_TYPE = 2\nDD_RES = vga\nED_RES = qvga\nend\n");
     int s = daemon.login_client();
     Reply reply;
-    ASSERT_EQ(c.length, request_info(s, &reply)) << c.label;
-    expect_info(reply, c.length, daemon.port(), c.bytes, c.label);
-    close(s);
-  }
-}
-
-// On type 0 start-up never loads the privacy group: reloads decide what the reply
-// holds. A request that is no valid reload gets no answer: the motion read sent after
-// it must give the next reply.
-TEST(EndToEndCamera, ReloadRequestsAnswerOnlyValidBitSets) {
-  DaemonOptions options;
-  options.prepare = rename_model;
-  DaemonHarness daemon(options);
-  ASSERT_TRUE(daemon.ok()) << daemon.error();
-  write_text_file(daemon.web_path("kelda2/env_video.ls"),
-                  "VIDEO_TYPE = 2\nDD_RES = vga\nED_RES = qvga\nend\n");
-  struct {
-    uint16_t bits;
-    int32_t length;  // 0: no reply
-    const char* bytes;
-  } cases[] = {
-      {0x8001, 0, ""},
-      {0x1005, 0, ""},  // the information class with an unknown sub-command
-      {0x0005, 133, "46=2,3 128=0,0,0"},
-      {0x0010, 141, "128=1,1,1,7,0,143,0,91,0,227,0"},
-      {0x1200, 141, "130=1"},  // bits 9 and 12 alone load nothing
-  };
-  int s = daemon.login_client();
-  for (const auto& c : cases) {
-    std::string label = "reload " + std::to_string(c.bits);
-    ASSERT_EQ(0, send_request(s, make_reload_request(c.bits)));
-    Reply reply;
+    ASSERT_EQ(0, c.reload ? send_request(s, make_reload_request(c.reload)) : send_named(s, "info"));
     if (c.length == 0) {
       ASSERT_EQ(0, send_named(s, "motion-read"));
-      ASSERT_GT(read_reply(s, &reply), 0) << label;
-      EXPECT_EQ(kReplyMotion, reply.bytes[kReplySub]) << label;
-      continue;
+      ASSERT_GT(read_reply(s, &reply), 0) << c.label;
+      EXPECT_EQ(kReplyMotion, reply.bytes[kReplySub]) << c.label;
+    } else {
+      ASSERT_EQ(c.length, read_reply(s, &reply)) << c.label;
+      expect_info(reply, c.length, daemon.port(), c.bytes, c.label);
     }
-    ASSERT_EQ(c.length, read_reply(s, &reply)) << label;
-    expect_info(reply, c.length, daemon.port(), c.bytes, label);
+    close(s);
   }
-  EXPECT_TRUE(close_served(s));
-  close(s);
 }
 
 // A line of data/writes.txt or data/stream_writes.txt.
@@ -196,11 +174,12 @@ std::vector<WriteCase> read_write_cases(const char* name) {
         f.back() += line.compare(i, 2, "\\n") == 0 ? (i++, '\n') : line[i];
     }
     for (std::string& s : f) {
-      s.erase(0, s.find_first_not_of(' '));
-      s.erase(s.find_last_not_of(' ') + 1);
+      size_t from = s.find_first_not_of(' ');
+      s = from == std::string::npos ? "" : s.substr(from, s.find_last_not_of(' ') + 1 - from);
     }
-    if (f.size() >= 5)
-      cases.push_back({f[0], f[1], f[2], f[3], f[4], f.size() > 5 && f[5] == "ends"});
+    f.resize(std::max<size_t>(f.size(), 6));
+    if (!f[0].empty())
+      cases.push_back({f[0], f[1], f[2], f[3], f[4], f[5].find("ends") == 0});
   }
   EXPECT_FALSE(cases.empty()) << name;
   return cases;
@@ -278,14 +257,15 @@ std::vector<uint8_t> block_map(uint8_t fill) {
 // only while current_md is not 0 (a motion read with byte 7 set and byte 8 = 0 clears it).
 TEST(EndToEndCamera, MotionWritesReplaceTheMapOnlyWhenSelected) {
   struct {
-    const char* select;              // a motion read first, with these bytes
-    uint8_t flags, fill, file_fill;  // sent, cells sent, cells in the file afterwards
-    bool runs;                       // kd_md_run started
+    const char* select;       // a motion read first, with these bytes
+    const char* write;        // 4803 (0x12C3) bytes of payload: the map and its trailer
+    uint8_t fill, file_fill;  // cells sent, cells in the file afterwards
+    bool runs;                // kd_md_run started
   } cases[] = {
-      {"", 0, 3, 3, true},
-      {"7=1 8=0", 0, 7, 3, false},
-      {"7=1 8=2", 0, 8, 8, true},
-      {"7=1 8=2", 0x12, 9, 8, true},  // detection off, method 2: no block file
+      {"", "6=0xC3,0x12", 3, 3, true},
+      {"7=1 8=0", "6=0xC3,0x12", 7, 3, false},
+      {"7=1 8=2", "6=0xC3,0x12", 8, 8, true},
+      {"7=1 8=2", "5=0x12 6=0xC3,0x12", 9, 8, true},  // detection off, method 2: no block file
   };
   DaemonHarness daemon;
   ASSERT_TRUE(daemon.ok()) << daemon.error();
@@ -297,10 +277,7 @@ TEST(EndToEndCamera, MotionWritesReplaceTheMapOnlyWhenSelected) {
     clear_stub_logs(daemon.root());
     std::vector<uint8_t> payload = block_map(c.fill);
     payload.insert(payload.end(), {0x55, 0xAA});
-    RequestHeader write = make_request(kClassEvent, kSubMotionWrite);
-    request_set_byte(&write, 5, c.flags);
-    request_set_u16(&write, 6, static_cast<uint16_t>(payload.size()));
-    ASSERT_EQ(0, send_request(s, write, payload.data(), payload.size()));
+    ASSERT_EQ(0, send_named(s, std::string("motion ") + c.write, payload));
     ASSERT_EQ(141, request_info(s, &reply));  // a reply means the write is done
     std::string file = file_text(daemon.web_path("kelda2/env_motion_block.dat"));
     EXPECT_EQ(block_map(c.file_fill), std::vector<uint8_t>(file.begin(), file.end())) << c.fill;
@@ -316,29 +293,22 @@ TEST(EndToEndCamera, MotionWritesReplaceTheMapOnlyWhenSelected) {
   close(s);
 }
 
-using Picture = std::array<uint8_t, 5>;  // brightness, contrast, sharpness, hue, saturation
+using Picture = std::vector<uint8_t>;  // brightness, contrast, sharpness, hue, saturation
 
-// Reads the device information; the picture bytes 110-114, or all 0 on failure.
+// Reads the device information; the picture bytes 110-114, or none on failure.
 Picture read_picture(int socket) {
-  Picture picture = {};
   Reply reply;
-  if (request_info(socket, &reply) == 141)
-    std::copy(reply.bytes + 110, reply.bytes + 115, picture.begin());
-  return picture;
-}
-
-void write_picture(int socket, const Picture& picture) {
-  RequestHeader header = make_request(kClassCamera, kSubPicture);
-  for (size_t i = 0; i < picture.size(); i++)
-    request_set_byte(&header, 4 + i, picture[i]);
-  send_request(socket, header);
+  return request_info(socket, &reply) == 141 ? Picture(reply.bytes + 110, reply.bytes + 115)
+                                             : Picture();
 }
 
 // Picture writes racing device information reads never show a mix of two writes; both
 // tuples survive the file's brightness scale unchanged (255 <-> 44, 7 <-> 12).
 // Afterwards a SIGALRM from outside is printed and ends neither connection.
 TEST(EndToEndCameraConcurrency, PictureWritesAndReadsNeverMixThenAlarmEndsNothing) {
-  const Picture written[2] = {{255, 10, 20, 30, 40}, {7, 50, 60, 70, 80}};
+  const char* writes[2] = {"picture 4=255,10,20,30,40", "picture 4=7,50,60,70,80"};
+  const Picture written[2] = {byte_runs(writes[0] + 8)[0].second,
+                              byte_runs(writes[1] + 8)[0].second};
   const std::set<Picture> whole = {{131, 128, 96, 128, 140}, written[0], written[1]};
   DaemonHarness daemon;
   ASSERT_TRUE(daemon.ok()) << daemon.error();
@@ -350,8 +320,8 @@ TEST(EndToEndCameraConcurrency, PictureWritesAndReadsNeverMixThenAlarmEndsNothin
   std::set<Picture> reader_seen;
   std::thread writing([&] {
     for (int64_t end = monotonic_ms() + 2000; monotonic_ms() < end;) {
-      write_picture(writer, written[0]);
-      write_picture(writer, written[1]);
+      send_named(writer, writes[0]);
+      send_named(writer, writes[1]);
       writer_seen.insert(read_picture(writer));  // also paces the writes
     }
     stop = true;
