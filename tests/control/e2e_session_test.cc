@@ -22,7 +22,6 @@
 #include "client/client_request.h"
 #include "client/client_socket.h"
 #include "support/daemon_harness.h"
-#include "support/e2e_clients.h"
 
 namespace camrcd {
 namespace {

@@ -1,9 +1,7 @@
-// Runs the real daemon for end-to-end tests: makes a sandbox camera root in a fresh
-// temporary directory (tools/make-sandbox with the built stub program and a free
-// port), starts the built camrcd in it as a child with CAMRCD_ROOT set and the
-// sandbox's bin first in PATH, captures its output in files, and on destruction kills
-// it (SIGKILL + waitpid) and removes the directory (kept when CAMRCD_KEEP_SANDBOX is
-// set). Every wait is bounded.
+// Runs the real daemon for end-to-end tests in a sandbox camera root (tools/make-sandbox,
+// a fresh temporary directory kept when CAMRCD_KEEP_SANDBOX is set) with CAMRCD_ROOT set
+// and the sandbox's bin first in PATH; output goes to files; the destructor kills and
+// reaps it. Also the client moves the end-to-end tests share. Every wait is bounded.
 #ifndef CAMRCD_SUPPORT_DAEMON_HARNESS_H_
 #define CAMRCD_SUPPORT_DAEMON_HARNESS_H_
 
@@ -14,9 +12,10 @@
 #include <string>
 #include <vector>
 
+#include "client/client_request.h"
+
 namespace camrcd {
 
-// Bounds of the harness's waits.
 inline constexpr int kDaemonStartMs = 5000;
 inline constexpr int kDaemonWaitMs = 3000;
 
@@ -47,8 +46,7 @@ class DaemonHarness {
   uint16_t port() const { return port_; }                   // where the daemon listens
   pid_t pid() const { return pid_; }
 
-  // Captured standard output and standard error so far.
-  std::string output() const;
+  std::string output() const;  // captured standard output and error so far
   std::string errors() const;
   size_t count_in_output(const std::string& text) const;
 
@@ -66,8 +64,7 @@ class DaemonHarness {
   int connect_client() const;
   int login_client(const char* user = "demo", const char* password = "camera1") const;
 
-  // Kills the daemon and reaps it (also done by the destructor).
-  void stop();
+  void stop();  // kills the daemon and reaps it
 
  private:
   bool launch(const DaemonOptions& options);  // makes the sandbox, starts the daemon
@@ -90,6 +87,22 @@ bool wait_until(int timeout_ms, const std::function<bool()>& done);
 
 // Writes text to path (replacing it); false on failure.
 bool write_text_file(const std::string& path, const std::string& text);
+
+// A device information request served (a reply 0x01 with a good trailer), and a close
+// request served (exactly the close reply, then the server closed the connection).
+bool info_served(int socket);
+bool close_served(int socket);
+bool is_close_reply(const Reply& reply);  // length 32, 0x77 0x33 0x10 0xF1
+
+// Sends bytes in pieces of the given sizes (the rest last), pausing pause_ms between.
+bool send_in_pieces(int socket, const uint8_t* data, size_t length,
+                    const std::vector<size_t>& pieces, int pause_ms);
+void close_with_reset(int socket);  // SO_LINGER 0
+
+// Connections the daemon has finished with (failed logins plus close sequences), and a
+// wait until they reach count.
+size_t ended_connections(const DaemonHarness& daemon);
+bool wait_for_ended(const DaemonHarness& daemon, size_t count, int timeout_ms = kDaemonWaitMs);
 
 }  // namespace camrcd
 
