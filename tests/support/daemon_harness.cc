@@ -13,6 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -26,13 +27,22 @@ extern char** environ;
 
 namespace camrcd {
 
-namespace {
-
 std::string read_file(const std::string& path) {
   std::ostringstream text;
   text << std::ifstream(path, std::ios::binary).rdbuf();
   return text.str();
 }
+
+std::vector<std::string> split(const std::string& text, const std::string& separator) {
+  std::vector<std::string> parts;
+  for (size_t at = 0, end; at <= text.size(); at = end + separator.size()) {
+    end = std::min(text.find(separator, at), text.size());
+    parts.push_back(text.substr(at, end - at));
+  }
+  return parts;
+}
+
+namespace {
 
 // Spawns argv with stdin from /dev/null, stdout and stderr into the two files and no
 // other descriptor: the daemon starts as on a camera, and none of the test runner's

@@ -85,8 +85,11 @@ int64_t monotonic_ms();
 // Polls done() every 5 ms until it is true (true) or timeout_ms passed (false).
 bool wait_until(int timeout_ms, const std::function<bool()>& done);
 
-// Writes text to path (replacing it); false on failure.
+// Writes text to path (replacing it); false on failure. Reads a whole file ("" when
+// none). Splits text at every separator.
 bool write_text_file(const std::string& path, const std::string& text);
+std::string read_file(const std::string& path);
+std::vector<std::string> split(const std::string& text, const std::string& separator);
 
 // A device information request served (a reply 0x01 with a good trailer), and a close
 // request served (exactly the close reply, then the server closed the connection).

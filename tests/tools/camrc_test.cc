@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,12 +21,6 @@ namespace camrcd {
 namespace {
 
 using Args = std::vector<std::string>;
-
-std::string read_file(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
 
 struct CamrcRun {
   int status = -1;  // exit status, or -1 when camrc did not exit normally
@@ -54,15 +47,6 @@ CamrcRun run_camrc(uint16_t port, const Args& args, const Args& login = {"demo",
   unlink((base + ".out").c_str());
   unlink((base + ".err").c_str());
   return run;
-}
-
-std::vector<std::string> split(const std::string& text, const std::string& separator) {
-  std::vector<std::string> parts;
-  for (size_t at = 0, end; at <= text.size(); at = end + separator.size()) {
-    end = std::min(text.find(separator, at), text.size());
-    parts.push_back(text.substr(at, end - at));
-  }
-  return parts;
 }
 
 // Type 1, with a title of hostile bytes: the whole JSON line is known (it parses as
