@@ -17,8 +17,10 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <mutex>
 #include <numeric>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -28,6 +30,7 @@
 #include "platform/dev_root.h"
 #include "settings/group_locks.h"
 #include "settings/group_table.h"
+#include "support/daemon_harness.h"
 #include "support/stub_log.h"
 
 // The cases name a group's file-image fields and leave its wire fields zero.
@@ -42,41 +45,31 @@ std::string line_of(size_t (*build)(char*, size_t, const Group&), const Group& g
   return build(line, sizeof line, group) != 0 ? line : "<not built>";
 }
 
+// Each line of data/lines.txt: a builder and its fields, then the line it must build.
 TEST(ActionLines, ExactText) {
   ASSERT_TRUE(dev_root_init(""));
-  auto alarm = [](AlarmGroup group) { return line_of(build_alarm_line, group); };
-  auto white_balance = [](uint8_t wb, uint8_t wb_manual, uint8_t blc) {
-    return line_of(build_white_balance_line, {0, 0, 0, 0, 0, 0, 0, 0, wb, wb_manual, blc});
-  };
-  struct Case {
-    std::string built;
-    const char* line;  // after the web root's admin/ folder
-  } cases[] = {
-      // ALARMIN_EN, NO_NC, IN_NAME, ALARMOUT_EN, OUT_WIR, OUT_DURATION; switches on at 1 only
-      {alarm({1, 0, "", 1, 3, 30}), "ctrl_gpio -s s1 -n s1 -R r1 -a sm -l 30 "},
-      {alarm({0, 1, "", 2, 7, 0}), "ctrl_gpio -e s1 -o s1 -E r1 -a none -l 0 "},
-      {alarm({2, 2, "", 0, 0, 255}), "ctrl_gpio -e s1 -n s1 -E r1 -a none -l 255 "},
-      {alarm({1, 1, "", 1, 1, 5}), "ctrl_gpio -s s1 -o s1 -R r1 -a s -l 5 "},
-      {alarm({1, 1, "", 1, 2, 5}), "ctrl_gpio -s s1 -o s1 -R r1 -a m -l 5 "},
-      // WB, WB_MANUAL, BLC: without a back-light word the line ends with the blank before it
-      {white_balance(2, 5, 0), "ctrl_dspset -i 2 -v 5 "},
-      {white_balance(2, 5, 1), "ctrl_dspset -i 2 -v 5 -l off"},
-      {white_balance(2, 5, 2), "ctrl_dspset -i 2 -v 5 -l blc1"},
-      {white_balance(2, 5, 3), "ctrl_dspset -i 2 -v 5 -l blc2"},
-      {white_balance(0, 255, 4), "ctrl_dspset -i 0 -v 255 -l blc3"},
-      {white_balance(10, 100, 5), "ctrl_dspset -i 10 -v 100 "},
-      // MONOCHROME, NEGATIVE, COLOR_BAR, SENSORUP
-      {line_of(build_camcontrol2_line, {1, 1, 1, 0}), "ctrl_dspset -e on -f on -x on -n 0"},
-      {line_of(build_camcontrol2_line, {0, 2, 0, 15}), "ctrl_dspset -e off -f off -x off -n 15"},
-      {line_of(build_camcontrol2_line, {2, 0, 2, 255}), "ctrl_dspset -e off -f off -x off -n 255"},
-      // VIDEO_TYPE, video_resolution: NT at type 1 only, QVGA at resolution 1 only
-      {line_of(build_tv_system_line, {1, 1}), "write_NTQVGA_tvsystem > /dev/null"},
-      {line_of(build_tv_system_line, {1, 2}), "write_NTVGA_tvsystem > /dev/null"},
-      {line_of(build_tv_system_line, {2, 1}), "write_PALQVGA_tvsystem > /dev/null"},
-      {line_of(build_tv_system_line, {0, 0}), "write_PALVGA_tvsystem > /dev/null"},
-  };
-  for (const Case& c : cases)
-    EXPECT_EQ(c.built, std::string(kWebRoot) + "/admin/" + c.line);
+  std::ifstream data(CAMRCD_SOURCE_DIR "/tests/actions/data/lines.txt");
+  int count = 0;
+  for (std::string line; std::getline(data, line);) {
+    std::vector<std::string> parts = split(line, "|");
+    std::istringstream words(parts[0]);
+    std::string kind;
+    uint8_t v[5] = {};
+    words >> kind;
+    for (int i = 0, number; i < 5 && words >> number; ++i)
+      v[i] = static_cast<uint8_t>(number);
+    if (kind[0] == '#')
+      continue;
+    std::string built =
+        kind == "alarm" ? line_of(build_alarm_line, {v[0], v[1], "", v[2], v[3], v[4]})
+        : kind == "wb"
+            ? line_of(build_white_balance_line, {0, 0, 0, 0, 0, 0, 0, 0, v[0], v[1], v[2]})
+        : kind == "camcontrol2" ? line_of(build_camcontrol2_line, {v[0], v[1], v[2], v[3]})
+                                : line_of(build_tv_system_line, {v[0], v[1]});
+    EXPECT_EQ(built, std::string(kWebRoot) + "/admin/" + parts[1]) << line;
+    ++count;
+  }
+  EXPECT_EQ(count, 18);
   char small[40] = "x";  // lines that do not fit are not built
   EXPECT_EQ(build_alarm_line(small, sizeof small, AlarmGroup{}), 0u);
   EXPECT_STREQ(small, "");
