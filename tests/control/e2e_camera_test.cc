@@ -266,7 +266,8 @@ TEST(EndToEndCamera, MotionWritesReplaceTheMapOnlyWhenSelected) {
     ASSERT_EQ(4835, read_reply(s, &reply)) << c.select;
     clear_stub_logs(daemon.root());
     std::vector<uint8_t> payload = block_map(c.fill);
-    payload.insert(payload.end(), {0x55, 0xAA});
+    payload.push_back(0x55);  // the trailer
+    payload.push_back(0xAA);
     ASSERT_EQ(0, send_named(s, std::string("motion ") + c.write, payload));
     ASSERT_EQ(141, request_info(s, &reply));  // a reply means the write is done
     std::string file = read_file(daemon.web_path("kelda2/env_motion_block.dat"));
