@@ -330,7 +330,9 @@ TEST(EndToEndCameraConcurrency, PictureWritesAndReadsNeverMixThenAlarmEndsNothin
     EXPECT_EQ(1u, whole.count(p)) << "mixed: " << testing::PrintToString(p);
   for (size_t i = 1; i <= 3; i++) {
     ASSERT_EQ(0, kill(daemon.pid(), SIGALRM));
-    EXPECT_TRUE(daemon.wait_for_count("CountAlarm !!!!!!!!!\n", i)) << daemon.output();
+    EXPECT_TRUE(wait_until(kDaemonWaitMs, [&] {
+      return daemon.count_in_output("CountAlarm !!!!!!!!!\n") >= i;
+    })) << daemon.output();
   }
   EXPECT_TRUE(close_served(writer) && close_served(reader));
   close(writer);

@@ -25,19 +25,6 @@
 namespace camrcd {
 namespace {
 
-// A listening socket on the wildcard address without SO_REUSEADDR; -1 on failure.
-int occupy_port(uint16_t port) {
-  int socket_fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address = {};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  if (bind(socket_fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-      listen(socket_fd, 1) == 0)
-    return socket_fd;
-  close(socket_fd);
-  return -1;
-}
-
 // Each case starts a daemon, without the port file (port 9001) or on a port taken by
 // another socket when asked; the first runs without arguments.
 TEST(EndToEndStartup, BannerTestModeAndListener) {
@@ -50,7 +37,8 @@ TEST(EndToEndStartup, BannerTestModeAndListener) {
                {{"x", "T"}, false, true, false},
                {{"T"}, true, true, true}};
   for (const auto& c : cases) {
-    int probe = c.port_file ? -2 : occupy_port(9001);
+    uint16_t port_9001 = 9001;
+    int probe = c.port_file ? -2 : listening_socket(&port_9001);
     if (probe == -1)
       continue;  // port 9001 is in use on this machine
     close(probe);
@@ -59,7 +47,7 @@ TEST(EndToEndStartup, BannerTestModeAndListener) {
     options.port_file = c.port_file;
     options.port = free_tcp_port();
     options.wait_for_listen = !c.port_taken;
-    int holder = c.port_taken ? occupy_port(options.port) : -1;
+    int holder = c.port_taken ? listening_socket(&options.port) : -1;
     DaemonHarness daemon(options);
     ASSERT_TRUE(daemon.ok()) << daemon.error();
     int status = -1;  // a failed bind ends the daemon with status 0

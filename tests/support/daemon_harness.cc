@@ -80,15 +80,24 @@ bool wait_until(int timeout_ms, const std::function<bool()>& done) {
   return true;
 }
 
-uint16_t free_tcp_port() {
-  int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address = {};
-  address.sin_family = AF_INET;
+int listening_socket(uint16_t* port) {
+  int socket_fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address = {AF_INET, htons(*port), {}, {}};
   socklen_t size = sizeof(address);
-  bool bound = bind(probe, reinterpret_cast<sockaddr*>(&address), size) == 0 &&
-               getsockname(probe, reinterpret_cast<sockaddr*>(&address), &size) == 0;
-  close(probe);
-  return bound ? ntohs(address.sin_port) : 0;
+  if (bind(socket_fd, reinterpret_cast<sockaddr*>(&address), size) == 0 &&
+      listen(socket_fd, 1) == 0 &&
+      getsockname(socket_fd, reinterpret_cast<sockaddr*>(&address), &size) == 0) {
+    *port = ntohs(address.sin_port);
+    return socket_fd;
+  }
+  close(socket_fd);
+  return -1;
+}
+
+uint16_t free_tcp_port() {
+  uint16_t port = 0;
+  close(listening_socket(&port));
+  return port;
 }
 
 bool write_text_file(const std::string& path, const std::string& text) {
@@ -175,10 +184,6 @@ size_t DaemonHarness::count_in_output(const std::string& text) const {
   for (size_t at = all.find(text); at != std::string::npos; at = all.find(text, at + text.size()))
     count++;
   return count;
-}
-
-bool DaemonHarness::wait_for_count(const std::string& text, size_t count, int timeout_ms) const {
-  return wait_until(timeout_ms, [&] { return count_in_output(text) >= count; });
 }
 
 bool DaemonHarness::wait_for_exit(int timeout_ms, int* status) {

@@ -50,9 +50,6 @@ class DaemonHarness {
   std::string errors() const;
   size_t count_in_output(const std::string& text) const;
 
-  // Waits until `text` occurs at least `count` times in the output.
-  bool wait_for_count(const std::string& text, size_t count, int timeout_ms = kDaemonWaitMs) const;
-
   // Waits for the daemon to end; true with its wait status when it did in time.
   bool wait_for_exit(int timeout_ms, int* status);
 
@@ -76,7 +73,9 @@ class DaemonHarness {
   pid_t pid_ = -1;
 };
 
-// A TCP port on which nothing listens right now.
+// A socket listening on the wildcard address at *port (0: any, stored back), without
+// SO_REUSEADDR; -1 when the port is taken. A TCP port on which nothing listens now.
+int listening_socket(uint16_t* port);
 uint16_t free_tcp_port();
 
 // Milliseconds of a monotonic clock.

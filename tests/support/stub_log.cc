@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include "support/daemon_harness.h"
@@ -14,10 +13,8 @@ namespace camrcd {
 namespace {
 
 std::vector<std::string> read_lines(const std::string& path) {
-  std::vector<std::string> lines;
-  std::ifstream in(path, std::ios::binary);
-  for (std::string line; std::getline(in, line);)
-    lines.push_back(line);
+  std::vector<std::string> lines = split(read_file(path), "\n");
+  lines.pop_back();  // what follows the last newline
   return lines;
 }
 
