@@ -31,7 +31,6 @@
 #include "settings/group_locks.h"
 #include "settings/group_table.h"
 #include "support/daemon_harness.h"
-#include "support/stub_log.h"
 
 // The cases name a group's file-image fields and leave its wire fields zero.
 #pragma GCC diagnostic ignored "-Wmissing-field-initializers"

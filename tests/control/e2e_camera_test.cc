@@ -23,7 +23,6 @@
 #include "control/net_io.h"
 #include "platform/dev_root.h"
 #include "support/daemon_harness.h"
-#include "support/stub_log.h"
 
 namespace camrcd {
 namespace {

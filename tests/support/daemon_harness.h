@@ -1,7 +1,8 @@
 // Runs the real daemon for end-to-end tests in a sandbox camera root (tools/make-sandbox,
 // a fresh temporary directory kept when CAMRCD_KEEP_SANDBOX is set) with CAMRCD_ROOT set
 // and the sandbox's bin first in PATH; output goes to files; the destructor kills and
-// reaps it. Also the client moves the end-to-end tests share. Every wait is bounded.
+// reaps it. Also the client moves the end-to-end tests share and the stub logs. Every wait is
+// bounded.
 #ifndef CAMRCD_SUPPORT_DAEMON_HARNESS_H_
 #define CAMRCD_SUPPORT_DAEMON_HARNESS_H_
 
@@ -105,6 +106,38 @@ void close_with_reset(int socket);  // SO_LINGER 0
 // wait until they reach count.
 size_t ended_connections(const DaemonHarness& daemon);
 bool wait_for_ended(const DaemonHarness& daemon, size_t count, int timeout_ms = kDaemonWaitMs);
+
+// The stub camera program's logs in a root (tools/camstub.cc): stub.log holds one call
+// per line (program base name, then each argument quoted and C-escaped), stub-fds.log
+// one line per call with the descriptors the stub found open.
+// One program call as the stub saw it; args are unescaped, exactly as received. A line
+// that does not parse becomes a call of program "<malformed> LINE" without arguments.
+struct StubCall {
+  std::string program;
+  std::vector<std::string> args;
+};
+
+// One stub-fds.log line: the program and the descriptors it had open, ascending.
+struct StubDescriptors {
+  std::string program;
+  std::vector<int> descriptors;
+};
+
+// Copies the built stub binary to path (mode 0755), creating the missing directories.
+bool install_stub(const std::string& path);
+
+// All calls of root/stub.log in file order (empty when the file is missing).
+std::vector<StubCall> read_stub_calls(const std::string& root);
+
+// Polls root/stub.log until it holds at least count calls or timeout_ms passed
+// (for programs started in the background); returns what it holds then.
+std::vector<StubCall> wait_for_stub_calls(const std::string& root, size_t count, int timeout_ms);
+
+// All lines of root/stub-fds.log in file order.
+std::vector<StubDescriptors> read_stub_descriptors(const std::string& root);
+
+// Removes root/stub.log and root/stub-fds.log.
+void clear_stub_logs(const std::string& root);
 
 }  // namespace camrcd
 

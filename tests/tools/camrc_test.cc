@@ -15,7 +15,6 @@
 
 #include "platform/shell_word.h"
 #include "support/daemon_harness.h"
-#include "support/stub_log.h"
 
 namespace camrcd {
 namespace {
