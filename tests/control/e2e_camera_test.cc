@@ -109,8 +109,6 @@ TEST(EndToEndCamera, InfoFollowsTheDeviceTypeWhatStartupLoadedAndReloads) {
     int32_t length;   // 0: no reply
     const char* bytes;
   } cases[] = {
-      // Alarm codes of env_alarm.ls (OUT_WIR 0 is mode 1); privacy 7,143 84x84 as edges.
-      {"type 1", 1, nullptr, 0, 141, "11=0,0,1,0 104=2,18,2,1,5,0 128=1,1,1,7,0,143,0,91,0,227,0"},
       {"type 1, no privacy file", 1,
        [](const std::string& root) {
          unlink((root + kWebRoot + "/kelda2/env_privacy.ls").c_str());
@@ -118,8 +116,6 @@ TEST(EndToEndCamera, InfoFollowsTheDeviceTypeWhatStartupLoadedAndReloads) {
        0, 133, "128=0,0,0"},
       // An unlisted model loads neither alarm nor privacy although both files exist.
       {"type 0", 1, rename_model, 0, 133, "11=0,0,0,0 104=0,0,0,0,0 128=0,0,0"},
-      // The auto-run block; its values belong to the auto-run group.
-      {"type 2", 2, nullptr, 0, 143, "11=0,1,2,0 104=0,0,0,0,0 128=0,0,0 140=0"},
       {"reload 0x8001", 1, rename_model, 0x8001, 0, ""},
       {"reload 0x1005: information class, unknown sub", 1, rename_model, 0x1005, 0, ""},
       {"reload 0x0005", 1, rename_model, 0x0005, 133, "46=2,3 128=0,0,0"},
@@ -174,25 +170,13 @@ std::vector<WriteCase> read_write_cases(const char* name) {
   return cases;
 }
 
-// The programs run, as "program arg ...; program ...", once as many as expected ran.
-std::string calls_text(const std::string& root, const std::string& expected) {
-  size_t count = expected.empty() ? 0 : 1 + std::count(expected.begin(), expected.end(), ';');
-  std::string text;
-  for (const StubCall& call : wait_for_stub_calls(root, count, kDaemonWaitMs)) {
-    text += text.empty() ? call.program : "; " + call.program;
-    for (const std::string& arg : call.args)
-      text += " " + arg;
-  }
-  return text;
-}
-
 void expect_effects(const DaemonHarness& daemon, const WriteCase& c, const Reply& reply) {
   expect_runs(reply, byte_runs(c.reply.c_str()), c.request);
   if (!c.file.empty()) {
     std::string text = read_file(daemon.web_path(c.file));
     EXPECT_NE(std::string::npos, text.find(c.text)) << c.request << ": " << c.file << "\n" << text;
   }
-  EXPECT_EQ(c.calls, calls_text(daemon.root(), c.calls)) << c.request;
+  EXPECT_EQ(c.calls, stub_calls_text(daemon.root(), c.calls)) << c.request;
   for (const StubDescriptors& d : read_stub_descriptors(daemon.root()))
     EXPECT_EQ((std::vector<int>{0, 1, 2}), d.descriptors) << c.request << ": " << d.program;
 }
@@ -271,7 +255,7 @@ TEST(EndToEndCamera, MotionWritesReplaceTheMapOnlyWhenSelected) {
     ASSERT_EQ(141, request_info(s, &reply));  // a reply means the write is done
     std::string file = read_file(daemon.web_path("kelda2/env_motion_block.dat"));
     EXPECT_EQ(block_map(c.file_fill), std::vector<uint8_t>(file.begin(), file.end())) << c.fill;
-    EXPECT_EQ(c.runs ? "kd_md_run" : "", calls_text(daemon.root(), "")) << c.fill;
+    EXPECT_EQ(c.runs ? "kd_md_run" : "", stub_calls_text(daemon.root(), "")) << c.fill;
   }
   EXPECT_EQ(0u, read_file(daemon.web_path("kelda2/env_motion.ls"))
                     .find("MOTION_EN = 0\nMD_METHOD = 2\nACCURACY = 2\n"));

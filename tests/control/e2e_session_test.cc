@@ -126,11 +126,6 @@ bool answered(int s, const char* user, uint8_t* answer) {
          login_read_answer(s, answer) == 0;
 }
 
-bool logged_in(int s) {
-  return client_read_greeting(s) == 0 &&
-         client_login(s, "demo", "camera1").outcome == kLoginLoggedIn;
-}
-
 // Abuse number i of a fresh connection: kind i % kKinds, lengths varied by n. The
 // caller closes the connection.
 void abuse(int s, int i) {
@@ -159,7 +154,7 @@ void abuse(int s, int i) {
       return;
     }
   }
-  if (!logged_in(s))
+  if (client_read_greeting(s) != 0 || client_login(s, "demo", "camera1").outcome != kLoginLoggedIn)
     return;
   if (i % kKinds == 3) {  // garbage: half a header, or headers with bad prefixes
     garbage(s, n % 2 ? n % 32 : 32 * (1 + n % 4), n % 2 ? 0x77 : 0x10);

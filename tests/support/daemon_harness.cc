@@ -326,6 +326,17 @@ std::vector<StubCall> wait_for_stub_calls(const std::string& root, size_t count,
   return calls;
 }
 
+std::string stub_calls_text(const std::string& root, const std::string& expected, int timeout_ms) {
+  size_t count = expected.empty() ? 0 : 1 + std::count(expected.begin(), expected.end(), ';');
+  std::string text;
+  for (const StubCall& call : wait_for_stub_calls(root, count, timeout_ms)) {
+    text += text.empty() ? call.program : "; " + call.program;
+    for (const std::string& arg : call.args)
+      text += " " + arg;
+  }
+  return text;
+}
+
 std::vector<StubDescriptors> read_stub_descriptors(const std::string& root) {
   std::vector<StubDescriptors> result;
   for (const std::string& line : read_lines(root + "/stub-fds.log")) {

@@ -136,6 +136,10 @@ std::vector<StubCall> wait_for_stub_calls(const std::string& root, size_t count,
 // All lines of root/stub-fds.log in file order.
 std::vector<StubDescriptors> read_stub_descriptors(const std::string& root);
 
+// The calls as "program arg ...; program ...", once as many as expected ran.
+std::string stub_calls_text(const std::string& root, const std::string& expected,
+                            int timeout_ms = kDaemonWaitMs);
+
 // Removes root/stub.log and root/stub-fds.log.
 void clear_stub_logs(const std::string& root);
 
