@@ -59,7 +59,7 @@ TEST(FieldCopies, NumberRules) {
 
 TEST(FieldCopies, TextRules) {
   const char kOld[] = "old title text here";
-  char *title = settings.title.camera_title, *osd = settings.osd.osd_title;
+  char* osd = settings.osd.osd_title;
   char* preset = settings.preset.name;
   const struct {
     const char* name;
@@ -69,7 +69,6 @@ TEST(FieldCopies, TextRules) {
     char* field;
     std::string after;
   } cases[] = {
-      {"shorter clears the rest", kTitleWriteFields, 4, "Door", title, "Door"},
       {"at most 20", kOsdWriteFields, 8, "abcdefghijklmnopqrstUV", osd, "abcdefghijklmnopqrst"},
       {"preset name 0 clears", kPresetSetFields, 14, "", preset, ""},
       {"preset name at most 10", kPresetSetFields, 14, "0123456789X", preset, "0123456789"},
