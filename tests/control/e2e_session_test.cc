@@ -8,10 +8,7 @@
 // pieces; 32 bytes with a wrong prefix are dropped whole.
 #include <errno.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <string.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <string>

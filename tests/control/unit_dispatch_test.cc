@@ -59,8 +59,6 @@ TEST(FieldCopies, NumberRules) {
 
 TEST(FieldCopies, TextRules) {
   const char kOld[] = "old title text here";
-  char* osd = settings.osd.osd_title;
-  char* preset = settings.preset.name;
   const struct {
     const char* name;
     const FieldCopyTable& table;
@@ -69,13 +67,15 @@ TEST(FieldCopies, TextRules) {
     char* field;
     std::string after;
   } cases[] = {
-      {"at most 20", kOsdWriteFields, 8, "abcdefghijklmnopqrstUV", osd, "abcdefghijklmnopqrst"},
-      {"preset name 0 clears", kPresetSetFields, 14, "", preset, ""},
-      {"preset name at most 10", kPresetSetFields, 14, "0123456789X", preset, "0123456789"},
+      {"at most 20", kOsdWriteFields, 8, "abcdefghijklmnopqrstUV", settings.osd.osd_title,
+       "abcdefghijklmnopqrst"},
+      {"preset name 0 clears", kPresetSetFields, 14, "", settings.preset.name, ""},
+      {"preset name at most 10", kPresetSetFields, 14, "0123456789X", settings.preset.name,
+       "0123456789"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    size_t size = c.field == preset ? kSectionTextFieldSize : kTitleFieldSize;
+    size_t size = c.field == settings.preset.name ? kSectionTextFieldSize : kTitleFieldSize;
     memset(c.field, 'z', size);  // stale bytes must not survive a copy
     memcpy(c.field, kOld, std::min(sizeof kOld, size));
     uint8_t header[kRequestHeaderSize] = {};

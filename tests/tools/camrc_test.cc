@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -32,8 +31,7 @@ CamrcRun run_camrc(uint16_t port, const Args& args, const Args& login = {"demo",
   if (!login.empty())
     all.insert(all.end(), {"--user", login[0], "--password", login[1]});
   all.insert(all.end(), args.begin(), args.end());
-  std::string base =
-      std::filesystem::temp_directory_path().string() + "/camrc-run-" + std::to_string(getpid());
+  std::string base = "/tmp/camrc-run-" + std::to_string(getpid());
   std::string command = CAMRCD_BINARY_DIR "/camrc";
   for (const std::string& arg : all) {
     char word[1024];
