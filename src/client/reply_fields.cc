@@ -122,12 +122,12 @@ uint32_t read_le32(const uint8_t* p) {
   return read_le16(p) | static_cast<uint32_t>(read_le16(p + 2)) << 16;
 }
 
-void decode_field(const FieldSpec& spec, const uint8_t* reply, FieldValue* value) {
-  const uint8_t* p = reply + spec.offset;
-  value->spec = &spec;
+void decode_field(const FieldSpec& field_layout, const uint8_t* reply, FieldValue* value) {
+  const uint8_t* p = reply + field_layout.offset;
+  value->field_layout = &field_layout;
   value->number = 0;
   value->text[0] = 0;
-  switch (spec.kind) {
+  switch (field_layout.kind) {
     case kFieldByte:
       value->number = p[0];
       break;
@@ -138,8 +138,8 @@ void decode_field(const FieldSpec& spec, const uint8_t* reply, FieldValue* value
       value->number = read_le32(p);
       break;
     case kFieldText:
-      memcpy(value->text, p, spec.width);
-      value->text[spec.width] = 0;
+      memcpy(value->text, p, field_layout.width);
+      value->text[field_layout.width] = 0;
       break;
     case kFieldMac:
       snprintf(value->text, sizeof(value->text), "%02x:%02x:%02x:%02x:%02x:%02x", p[5], p[4], p[3],
@@ -200,7 +200,7 @@ int decode_motion_reply(const uint8_t* reply, size_t length, DecodedReply* out) 
 
 const FieldValue* find_field(const DecodedReply& reply, const char* name) {
   for (size_t i = 0; i < reply.count; i++) {
-    if (strcmp(reply.fields[i].spec->name, name) == 0)
+    if (strcmp(reply.fields[i].field_layout->name, name) == 0)
       return &reply.fields[i];
   }
   return nullptr;

@@ -56,7 +56,7 @@ struct FieldSpec {
 // One decoded field. Numbers (codes, ports, versions as major * 100 + minor) are in
 // `number`; texts and the MAC address ("00:a0:b1:c2:d3:e4") in `text`.
 struct FieldValue {
-  const FieldSpec* spec;
+  const FieldSpec* field_layout;
   uint32_t number;
   char text[24];
 };

@@ -20,7 +20,8 @@ void write_whole(int descriptor, const char* text, size_t length) {
   while (length > 0) {
     ssize_t written = write(descriptor, text, length);
     if (written < 0) {
-      if (errno == EINTR) continue;
+      if (errno == EINTR)
+        continue;
       return;
     }
     text += written;
@@ -31,9 +32,10 @@ void write_whole(int descriptor, const char* text, size_t length) {
 void print_to(int descriptor, const char* format, va_list arguments) {
   char line[kLineCapacity];
   int length = vsnprintf(line, sizeof line, format, arguments);
-  if (length <= 0) return;
-  size_t size = static_cast<size_t>(length) < sizeof line ? static_cast<size_t>(length)
-                                                          : sizeof line - 1;
+  if (length <= 0)
+    return;
+  size_t size =
+      static_cast<size_t>(length) < sizeof line ? static_cast<size_t>(length) : sizeof line - 1;
   std::lock_guard<std::mutex> hold(console_lock);
   write_whole(descriptor, line, size);
 }

@@ -17,22 +17,30 @@ char root_command_word[kPathCapacity * 2];
 }  // namespace
 
 bool dev_root_init(const char* root) {
-  if (root == nullptr) root = getenv("CAMRCD_ROOT");
+  if (root == nullptr)
+    root = getenv("CAMRCD_ROOT");
   root_text[0] = '\0';
   root_command_word[0] = '\0';
-  if (root == nullptr || root[0] == '\0') return true;
+  if (root == nullptr || root[0] == '\0')
+    return true;
   size_t length = strlen(root);
-  while (length > 1 && root[length - 1] == '/') --length;  // "D/" and "D" mean the same
-  if (length > kPathCapacity / 2) return false;
+  while (length > 1 && root[length - 1] == '/')
+    --length;  // "D/" and "D" mean the same
+  if (length > kPathCapacity / 2)
+    return false;
   memcpy(root_text, root, length);
   root_text[length] = '\0';
   shell_word(root_command_word, sizeof root_command_word, root_text);
   return true;
 }
 
-const char* dev_root() { return root_text; }
+const char* dev_root() {
+  return root_text;
+}
 
-const char* dev_root_for_command() { return root_command_word; }
+const char* dev_root_for_command() {
+  return root_command_word;
+}
 
 const char* rooted_path(char* out, size_t size, const char* absolute_path) {
   snprintf(out, size, "%s%s", root_text, absolute_path);

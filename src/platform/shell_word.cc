@@ -7,7 +7,8 @@ namespace camrcd {
 bool shell_word(char* out, size_t size, const char* text) {
   size_t at = 0;
   auto put = [&](char c) {
-    if (at + 1 < size) out[at] = c;
+    if (at + 1 < size)
+      out[at] = c;
     ++at;
   };
   put('\'');
@@ -23,7 +24,8 @@ bool shell_word(char* out, size_t size, const char* text) {
   }
   put('\'');
   if (at + 1 > size) {
-    if (size > 0) out[0] = '\0';
+    if (size > 0)
+      out[0] = '\0';
     return false;
   }
   out[at] = '\0';

@@ -40,8 +40,8 @@ inline constexpr uint32_t kSaveWhiteBalance = 0x040;  // camcontrol1, first acti
 inline constexpr uint32_t kSaveCamcontrol2 = 0x080;
 inline constexpr uint32_t kSavePrivacy = 0x100;
 inline constexpr uint32_t kSaveMotion = 0x200;
-inline constexpr uint32_t kSavePicture = 0x400;        // camcontrol1, second action
-inline constexpr uint32_t kSaveJpegFile = 0x800;       // jpeg file; no action
+inline constexpr uint32_t kSavePicture = 0x400;         // camcontrol1, second action
+inline constexpr uint32_t kSaveJpegFile = 0x800;        // jpeg file; no action
 inline constexpr uint32_t kSaveMpegFileVideo = 0x1000;  // mpeg file; applies video
 // Save numbering, extended mask.
 inline constexpr uint32_t kSavePreset2 = 0x002;

@@ -16,13 +16,13 @@ std::string hex_escape(const char* prefix, unsigned char c) {
 // The value as text, and whether it is a string (not a number) in JSON.
 std::string field_value(const FieldValue& field, bool* is_string) {
   *is_string = true;
-  switch (field.spec->kind) {
+  switch (field.field_layout->kind) {
     case kFieldText:
     case kFieldMac:
     case kFieldVersion:
       return field.text;
     case kFieldByte:
-      if (const char* name = code_name(field.spec->codes, field.number))
+      if (const char* name = code_name(field.field_layout->codes, field.number))
         return name;
       break;
     case kFieldU16:
@@ -60,7 +60,8 @@ std::string format_fields_text(const DecodedReply& reply) {
   bool is_string = false;
   for (size_t i = 0; i < reply.count; i++) {
     const FieldValue& field = reply.fields[i];
-    out += std::string(field.spec->name) + ": " + printable(field_value(field, &is_string)) + "\n";
+    out += std::string(field.field_layout->name) + ": " +
+           printable(field_value(field, &is_string)) + "\n";
   }
   return out;
 }
@@ -71,7 +72,7 @@ std::string format_fields_json(const DecodedReply& reply) {
   for (size_t i = 0; i < reply.count; i++) {
     const FieldValue& field = reply.fields[i];
     std::string value = field_value(field, &is_string);
-    out += (i == 0 ? "" : ",") + json_string(field.spec->name) + ":" +
+    out += (i == 0 ? "" : ",") + json_string(field.field_layout->name) + ":" +
            (is_string ? json_string(value.c_str()) : value);
   }
   return out + "}\n";
