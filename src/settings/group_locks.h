@@ -1,7 +1,7 @@
 // The process-wide mutexes: eleven group locks, user_count_lock, stream_lock and
 // network_lock. A group lock is held for the whole of its group's file read, file
-// write or device action. The only nestings: osd_lock then title_lock (osd load),
-// and stream_lock inside the video, mpeg and jpeg actions.
+// write or device action. The only nestings: osd_lock then title_lock (osd load and
+// osd save), and stream_lock inside the video, mpeg and jpeg actions.
 #ifndef CAMRCD_SETTINGS_GROUP_LOCKS_H_
 #define CAMRCD_SETTINGS_GROUP_LOCKS_H_
 

@@ -1,4 +1,4 @@
-// The six rows tables in priority order and the walker. Operations are the readers
+// The six row tables in priority order and the walker. Operations are the readers
 // and writers of settings/ and settings/sectioned/ and the device actions of
 // actions/; a null operation is a group not served yet.
 #include "settings/group_table.h"
@@ -37,7 +37,9 @@ constexpr GroupRow kExtendedLoadRows[] = {
 
 constexpr GroupRow kSaveRows[] = {
     {kSaveTitle, &title_lock, nullptr, save_title_group},
-    {kSaveOsd, &osd_lock, nullptr, save_osd_group},
+    // The osd save derives TXT_EN, which the title action reads under title_lock:
+    // it takes title_lock too, in the osd load's order (osd_lock, then title_lock).
+    {kSaveOsd, &osd_lock, &title_lock, save_osd_group},
     {kSaveAlarm, &alarm_lock, nullptr, save_alarm_group},
     {kSaveWhiteBalance, &camcontrol1_lock, nullptr, save_camcontrol1_group},
     {kSavePicture, &camcontrol1_lock, nullptr, save_camcontrol1_group},
