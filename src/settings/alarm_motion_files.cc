@@ -7,6 +7,8 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <iterator>
+
 #include "platform/console.h"
 #include "platform/dev_root.h"
 #include "settings/flat_file.h"
@@ -21,7 +23,12 @@ constexpr FlatKey kAlarmKeys[] = {
     CAMRCD_FLAT_KEY(AlarmGroup, OUT_WIR, 7),     CAMRCD_FLAT_KEY(AlarmGroup, OUT_DURATION, 12),
 };
 constexpr FlatReader kAlarmReader = {
-    "kelda2/env_alarm.ls", 7, "end", kAlarmKeys, 6, "Conf. Open ERR. env_alarm.ls\n",
+    "kelda2/env_alarm.ls",
+    7,
+    "end",
+    kAlarmKeys,
+    std::size(kAlarmKeys),
+    "Conf. Open ERR. env_alarm.ls\n",
 };
 
 constexpr FlatLine kAlarmLines[] = {
@@ -36,7 +43,7 @@ constexpr FlatLine kAlarmLines[] = {
 constexpr FlatWriter kAlarmWriter = {
     "kelda2/env_alarm.ls",
     kAlarmLines,
-    7,
+    std::size(kAlarmLines),
     "WR. Conf. Open ERR. env_alarm.ls\n",
 };
 
@@ -75,7 +82,7 @@ constexpr FlatReader kMotionReader = {
     20,
     "end",
     kMotionKeys,
-    sizeof kMotionKeys / sizeof kMotionKeys[0],
+    std::size(kMotionKeys),
     "Conf. Open ERR. env_motion.ls\n",
 };
 
@@ -104,7 +111,7 @@ constexpr FlatLine kMotionLines[] = {
 constexpr FlatWriter kMotionWriter = {
     "kelda2/env_motion.ls",
     kMotionLines,
-    sizeof kMotionLines / sizeof kMotionLines[0],
+    std::size(kMotionLines),
     "WR. Conf. Open ERR. env_motion.ls\n",
 };
 

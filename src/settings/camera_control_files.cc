@@ -3,6 +3,8 @@
 // camera's 32-bit words instead of overflowing.
 #include "settings/camera_control_files.h"
 
+#include <iterator>
+
 #include "platform/console.h"
 #include "settings/flat_file.h"
 #include "settings/settings_record.h"
@@ -28,7 +30,7 @@ constexpr FlatReader kCamcontrol1Reader = {
     12,
     "END",
     kCamcontrol1Keys,
-    sizeof kCamcontrol1Keys / sizeof kCamcontrol1Keys[0],
+    std::size(kCamcontrol1Keys),
     "Conf. Open ERR. env_camcontrol1.ls\n",
 };
 
@@ -49,7 +51,7 @@ constexpr FlatLine kCamcontrol1Lines[] = {
 constexpr FlatWriter kCamcontrol1Writer = {
     "kelda2/env_camcontrol1.ls",
     kCamcontrol1Lines,
-    sizeof kCamcontrol1Lines / sizeof kCamcontrol1Lines[0],
+    std::size(kCamcontrol1Lines),
     "WR. Conf. Open ERR. env_camcontrol1.ls\n",
 };
 
@@ -89,7 +91,7 @@ constexpr FlatKey kCamcontrol2Keys[] = {
     CAMRCD_FLAT_KEY(Camcontrol2Group, SENSORUP, 8),
 };
 constexpr FlatReader kCamcontrol2Reader = {
-    "kelda2/env_camcontrol2.ls", 5, "end", kCamcontrol2Keys, 4, nullptr,
+    "kelda2/env_camcontrol2.ls", 5, "end", kCamcontrol2Keys, std::size(kCamcontrol2Keys), nullptr,
 };
 
 constexpr FlatLine kCamcontrol2Lines[] = {
@@ -102,7 +104,7 @@ constexpr FlatLine kCamcontrol2Lines[] = {
 constexpr FlatWriter kCamcontrol2Writer = {
     "kelda2/env_camcontrol2.ls",
     kCamcontrol2Lines,
-    5,
+    std::size(kCamcontrol2Lines),
     "WR. Conf. Open ERR. env_camcontrol2.ls\n",
 };
 
@@ -133,7 +135,7 @@ constexpr FlatKey kPrivacyKeys[] = {
     CAMRCD_FLAT_KEY(PrivacyGroup, HEIGHT, 6),
 };
 constexpr FlatReader kPrivacyReader = {
-    "kelda2/env_privacy.ls", 8, "END", kPrivacyKeys, 7, nullptr,
+    "kelda2/env_privacy.ls", 8, "END", kPrivacyKeys, std::size(kPrivacyKeys), nullptr,
 };
 
 constexpr FlatLine kPrivacyLines[] = {
@@ -148,7 +150,7 @@ constexpr FlatLine kPrivacyLines[] = {
 constexpr FlatWriter kPrivacyWriter = {
     "kelda2/env_privacy.ls",
     kPrivacyLines,
-    7,
+    std::size(kPrivacyLines),
     nullptr,
 };
 

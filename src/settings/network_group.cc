@@ -6,6 +6,8 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <iterator>
+
 #include "platform/console.h"
 #include "platform/dev_root.h"
 #include "settings/flat_file.h"
@@ -24,7 +26,12 @@ constexpr FlatKey kPortKeys[] = {
 constexpr uint32_t kMatchedConnectPort = 1u << 1;
 
 constexpr FlatReader kPortReader = {
-    "admin/stream_port_ch1.ls", 5, "end", kPortKeys, 2, "Conf. Open ERR. stream_port_ch1.ls\n",
+    "admin/stream_port_ch1.ls",
+    5,
+    "end",
+    kPortKeys,
+    std::size(kPortKeys),
+    "Conf. Open ERR. stream_port_ch1.ls\n",
 };
 
 void read_mac_address() {

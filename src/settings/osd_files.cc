@@ -6,6 +6,8 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <iterator>
+
 #include "platform/console.h"
 #include "platform/dev_root.h"
 #include "settings/flat_file.h"
@@ -26,12 +28,7 @@ constexpr FlatKey kOsdKeys[] = {
     CAMRCD_FLAT_KEY(OsdGroup, OSD_COLOR, 9),
 };
 constexpr FlatReader kOsdReader = {
-    "kelda2/env_osd.ls",
-    19,
-    "END",
-    kOsdKeys,
-    sizeof kOsdKeys / sizeof kOsdKeys[0],
-    "Conf. Open ERR. env_osd.ls\n",
+    "kelda2/env_osd.ls", 19, "END", kOsdKeys, std::size(kOsdKeys), "Conf. Open ERR. env_osd.ls\n",
 };
 
 constexpr FlatLine kOsdLines[] = {
@@ -58,7 +55,7 @@ constexpr FlatLine kOsdLines[] = {
 constexpr FlatWriter kOsdWriter = {
     "kelda2/env_osd.ls",
     kOsdLines,
-    sizeof kOsdLines / sizeof kOsdLines[0],
+    std::size(kOsdLines),
     "WR. Conf. Open ERR. env_osd.ls\n",
 };
 
@@ -69,7 +66,7 @@ constexpr FlatLine kTitleLines[] = {
 constexpr FlatWriter kTitleWriter = {
     "admin/view_title.ls",
     kTitleLines,
-    2,
+    std::size(kTitleLines),
     "WR.Conf. Open ERR. view_title.ls\n",
 };
 

@@ -6,6 +6,8 @@
 #include <stdint.h>
 #include <string.h>
 
+#include <iterator>
+
 #include "settings/flat_file.h"
 #include "settings/settings_record.h"
 
@@ -32,7 +34,12 @@ constexpr FlatKey kVideoKeys[] = {
 constexpr uint32_t kMatchedDdRes = 1u << 1;
 constexpr uint32_t kMatchedEdRes = 1u << 2;
 constexpr FlatReader kVideoReader = {
-    "kelda2/env_video.ls", 5, "end", kVideoKeys, 3, "Conf. Open ERR. env_video.ls\n",
+    "kelda2/env_video.ls",
+    5,
+    "end",
+    kVideoKeys,
+    std::size(kVideoKeys),
+    "Conf. Open ERR. env_video.ls\n",
 };
 
 constexpr FlatKey kVideoKeptKeys[] = {
@@ -41,7 +48,12 @@ constexpr FlatKey kVideoKeptKeys[] = {
     CAMRCD_FLAT_KEY(VideoFileImage, EZOOM, 5),
 };
 constexpr FlatReader kVideoKeptReader = {
-    "kelda2/env_video.ls", 15, "end", kVideoKeptKeys, 3, "RD. Conf. Open ERR. env_video.ls\n",
+    "kelda2/env_video.ls",
+    15,
+    "end",
+    kVideoKeptKeys,
+    std::size(kVideoKeptKeys),
+    "RD. Conf. Open ERR. env_video.ls\n",
 };
 
 constexpr FlatLine kVideoLines[] = {
@@ -56,7 +68,7 @@ constexpr FlatLine kVideoLines[] = {
 constexpr FlatWriter kVideoWriter = {
     "kelda2/env_video.ls",
     kVideoLines,
-    sizeof kVideoLines / sizeof kVideoLines[0],
+    std::size(kVideoLines),
     "WR. Conf. Open ERR. env_video.ls\n",
 };
 
@@ -73,7 +85,7 @@ constexpr ResolutionPair kResolutionPairs[] = {
     {2, 2, "vga", "vga"},
     {2, 3, "vga", "qvga"},
 };
-constexpr size_t kResolutionCount = sizeof kResolutionPairs / sizeof kResolutionPairs[0];
+constexpr size_t kResolutionCount = std::size(kResolutionPairs);
 
 bool begins_with(const char* text, const char* word) {
   return strncmp(text, word, strlen(word)) == 0;
@@ -124,7 +136,7 @@ constexpr FlatReader kMpegReader = {
     15,
     "end",
     kMpegKeys,
-    sizeof kMpegKeys / sizeof kMpegKeys[0],
+    std::size(kMpegKeys),
     "Conf. Open ERR. env_mpeg.ls\n",
 };
 
@@ -148,7 +160,7 @@ constexpr FlatLine kMpegLines[] = {
 constexpr FlatWriter kMpegWriter = {
     "kelda2/env_mpeg.ls",
     kMpegLines,
-    sizeof kMpegLines / sizeof kMpegLines[0],
+    std::size(kMpegLines),
     "WR. Conf. Open ERR. env_mpeg.ls\n",
 };
 
@@ -178,7 +190,7 @@ constexpr FlatReader kJpegReader = {
     14,
     "end",
     kJpegKeys,
-    sizeof kJpegKeys / sizeof kJpegKeys[0],
+    std::size(kJpegKeys),
     "Conf. Open ERR. env_jpeg.ls\n",
 };
 
@@ -201,7 +213,7 @@ constexpr FlatLine kJpegLines[] = {
 constexpr FlatWriter kJpegWriter = {
     "kelda2/env_jpeg.ls",
     kJpegLines,
-    sizeof kJpegLines / sizeof kJpegLines[0],
+    std::size(kJpegLines),
     "WR. Conf. Open ERR. env_jpeg.ls\n",
 };
 
