@@ -27,22 +27,6 @@ constexpr const char* kTvSystemScripts[2][2] = {
     {"admin/write_NTVGA_tvsystem", "admin/write_NTQVGA_tvsystem"},
 };
 
-size_t format_line(char* out, size_t size, const char* format, ...)
-    __attribute__((format(printf, 3, 4)));
-
-size_t format_line(char* out, size_t size, const char* format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  int length = vsnprintf(out, size, format, arguments);
-  va_end(arguments);
-  if (length < 0 || static_cast<size_t>(length) >= size) {
-    if (size > 0)
-      out[0] = '\0';
-    return 0;
-  }
-  return static_cast<size_t>(length);
-}
-
 void run_program(const char* program, const char* tail) {
   char line[kCommandLineCapacity];
   if (build_program_line(line, sizeof line, program, tail) != 0)
@@ -68,6 +52,19 @@ void stream_restart() {
 }
 
 }  // namespace
+
+size_t format_line(char* out, size_t size, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  int length = vsnprintf(out, size, format, arguments);
+  va_end(arguments);
+  if (length < 0 || static_cast<size_t>(length) >= size) {
+    if (size > 0)
+      out[0] = '\0';
+    return 0;
+  }
+  return static_cast<size_t>(length);
+}
 
 const char* alarm_wiring_word(uint8_t out_wir) {
   return out_wir < 4 ? kWiringWords[out_wir] : kWiringWords[0];

@@ -55,6 +55,10 @@ const char* backlight_word(uint8_t blc);
 // Line builders. Each writes one NUL-terminated command line into out and returns its
 // length, or 0 (nothing to run) when it does not fit.
 
+// Formats like snprintf; the length, or 0 (and out "") when the line does not fit.
+size_t format_line(char* out, size_t size, const char* format, ...)
+    __attribute__((format(printf, 3, 4)));
+
 // root + web root + "/" + program (relative to the web root) + tail.
 size_t build_program_line(char* out, size_t size, const char* program, const char* tail);
 // "ctrl_osd -c " + the title as one shell word.

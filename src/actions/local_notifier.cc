@@ -36,14 +36,17 @@ int local_notify(uint16_t port, const uint8_t notice[kLocalNoticeSize]) {
 }
 
 void build_md_area_notice(uint8_t area, uint8_t notice[kLocalNoticeSize]) {
+  const uint8_t head[] = {0x31, 0x30, 0xFF, 0x01, 0, 0, uint8_t(area == 255 ? 0x81 : 0x82),
+                          area, 0xFF};
   memset(notice, 0, kLocalNoticeSize);
-  notice[0] = 0x31;
-  notice[1] = 0x30;
-  notice[2] = 0xFF;
-  notice[3] = 0x01;
-  notice[6] = area == 255 ? 0x81 : 0x82;
-  notice[7] = area;
-  notice[8] = 0xFF;
+  memcpy(notice, head, sizeof head);
+}
+
+void build_md_saved_notice(uint8_t map_valid, uint8_t flags, uint8_t area, uint8_t enable,
+                           uint8_t notice[kLocalNoticeSize]) {
+  const uint8_t head[] = {0x31, 0x30, 0x40, 0x12, 0, 0, map_valid, flags, area, enable};
+  memset(notice, 0, kLocalNoticeSize);
+  memcpy(notice, head, sizeof head);
 }
 
 void notify_md_area(uint8_t area) {

@@ -24,6 +24,11 @@ int local_notify(uint16_t port, const uint8_t notice[kLocalNoticeSize]);
 // when area is 255 (else 0x82), area, 0xFF, and zeros.
 void build_md_area_notice(uint8_t area, uint8_t notice[kLocalNoticeSize]);
 
+// Fills notice with the saved area settings: 0x31 0x30 0x40 0x12 0 0, then
+// motion_map_valid, motion_flags, the area, its md.enable, and zeros.
+void build_md_saved_notice(uint8_t map_valid, uint8_t flags, uint8_t area, uint8_t enable,
+                           uint8_t notice[kLocalNoticeSize]);
+
 // Builds the area-selection notice for area (0x81 for 255, else 0x82) and sends it
 // to kLocalNoticePort.
 void notify_md_area(uint8_t area);
