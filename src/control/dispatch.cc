@@ -1,6 +1,10 @@
 // The dispatch table and the request handlers. Values a request carries are copied
 // into the record under the lock of the group that loads or saves them (selectors
-// included); loads, saves and applies take their own locks through the group table.
+// included). A request of one group does its copy (or its selectors), its load or
+// save and apply, and its reply's fields under one hold of that group's lock, so no
+// other connection's selector or load comes between them: a reply names the section
+// it was asked for with that section's fields, and a save writes what was copied.
+// Loads, saves and applies take every other lock they need through the group table.
 #include "control/dispatch.h"
 
 #include <stddef.h>
@@ -11,6 +15,7 @@
 #include <mutex>
 
 #include "actions/local_notifier.h"
+#include "actions/ptz_actions.h"
 #include "control/field_copies.h"
 #include "control/net_io.h"
 #include "control/replies.h"
@@ -19,6 +24,8 @@
 #include "settings/group_locks.h"
 #include "settings/group_masks.h"
 #include "settings/group_table.h"
+#include "settings/sectioned/md_area_file.h"
+#include "settings/sectioned/preset_file.h"
 #include "settings/settings_record.h"
 
 namespace camrcd {
@@ -29,6 +36,9 @@ using Guard = std::lock_guard<std::mutex>;
 // A valid motion payload: the block map, then 0x55 0xAA.
 constexpr size_t kMotionPayloadSize = kMotionBlockMapSize + 2;
 constexpr useconds_t kReadReplyWait = 5000;
+constexpr uint8_t kDefaultPreset = 255;  // neither moved to nor put into the pan/tilt head
+constexpr uint8_t kPresetClearAll = 0x20;
+constexpr uint8_t kPresetClearOne = 0x02;
 
 struct Request {
   const uint8_t* header;
@@ -51,7 +61,7 @@ using Handler = RequestOutcome (*)(const Request&, const PlainWrite*);
 struct DispatchRow {
   uint8_t class_byte;
   uint8_t sub;
-  Handler handler;  // null: a known request that does nothing yet
+  Handler handler;
   const PlainWrite* write;
 };
 
@@ -59,9 +69,9 @@ void send_reply(const Request& r, size_t length) {
   net_send(r.socket, r.buffer, length, 0);  // a failed send shows at the next read
 }
 
-void save_and_apply(const RequestMasks& m) {
-  save_groups(m.save, m.extended_save);
-  apply_groups(m.apply, m.extended_apply);
+void save_and_apply(const RequestMasks& m, const std::mutex* held = nullptr) {
+  save_groups(m.save, m.extended_save, held);
+  apply_groups(m.apply, m.extended_apply, held);
 }
 
 uint8_t selected_md_area() {
@@ -82,22 +92,70 @@ RequestOutcome device_info(const Request& r, const PlainWrite*) {
   return RequestOutcome::kKeepServing;
 }
 
+// On a pan/tilt camera the area is selected, loaded and its reply built under one
+// hold of ptz_lock, before the wait; the notice names the area of this reply.
 RequestOutcome motion_read(const Request& r, const PlainWrite*) {
+  uint8_t area = r.header[7] == 0 ? 1 : r.header[8];
+  size_t length;
+  if (settings.device_type == 2) {
+    {
+      Guard guard(ptz_lock);
+      settings.current_md = area;
+      r.masks->extended_load = kLoadMd2;
+      load_groups(r.masks->load, r.masks->extended_load, &ptz_lock);
+      length = build_motion_reply_holding(r.buffer, 0, &ptz_lock);
+    }
+    usleep(kReadReplyWait);
+  } else {
+    {
+      Guard guard(ptz_lock);
+      settings.current_md = area;
+    }
+    r.masks->load = kLoadMotion;
+    load_groups(r.masks->load, r.masks->extended_load);
+    usleep(kReadReplyWait);
+    length = build_motion_reply(r.buffer, 0);
+  }
+  send_reply(r, length);
+  if (settings.device_type == 2)
+    notify_md_area(area);
+  return RequestOutcome::kKeepServing;
+}
+
+// The alarm link read and the preset read select, load and build their reply under
+// one hold of the group's lock; the 5 ms wait follows, outside the lock.
+RequestOutcome alarm_link_read(const Request& r, const PlainWrite*) {
+  size_t length;
+  {
+    Guard guard(alarm_lock);
+    settings.current_alarmin = r.header[8];
+    settings.current_alarmout = r.header[9];
+    r.masks->extended_load = kLoadAlarm2;
+    load_groups(r.masks->load, r.masks->extended_load, &alarm_lock);
+    length = build_alarm_link_reply_holding(r.buffer, 0, &alarm_lock);
+  }
+  usleep(kReadReplyWait);
+  send_reply(r, length);
+  return RequestOutcome::kKeepServing;
+}
+
+// The camera moves to the preset (not to the default preset 255) after the wait and
+// before the reply goes out; the move runs without a group lock.
+RequestOutcome preset_read(const Request& r, const PlainWrite*) {
+  console_print("Preset Req. Ver %02d.%02d\n", r.header[7], r.header[6]);
+  uint8_t preset = r.header[8];
+  size_t length;
   {
     Guard guard(ptz_lock);
-    settings.current_md = r.header[7] == 0 ? 1 : r.header[8];
+    settings.current_preset = preset;
+    r.masks->extended_load = kLoadPreset2;
+    load_groups(r.masks->load, r.masks->extended_load, &ptz_lock);
+    length = build_preset_reply_holding(r.buffer, 0, &ptz_lock);
   }
-  bool pan_tilt = settings.device_type == 2;
-  if (pan_tilt) {
-    r.masks->extended_load = kLoadMd2;
-  } else {
-    r.masks->load = kLoadMotion;
-  }
-  load_groups(r.masks->load, r.masks->extended_load);
   usleep(kReadReplyWait);
-  send_reply(r, build_motion_reply(r.buffer, 0));
-  if (pan_tilt)
-    notify_md_area(selected_md_area());
+  if (preset != kDefaultPreset)
+    ptz_start_preset(preset);
+  send_reply(r, length);
   return RequestOutcome::kKeepServing;
 }
 
@@ -164,47 +222,92 @@ bool read_motion_payload(int socket, uint8_t* buffer, size_t length) {
          buffer[kMotionBlockMapSize + 1] == kTrailerSecond;
 }
 
+// The payload is read before any lock is taken, so a slow client holds up no other
+// connection; the header fields, the map, the save and the apply then go under one
+// hold of the fields' lock (ptz_lock for the md2 group, motion_lock on type 1).
 RequestOutcome motion_write(const Request& r, const PlainWrite*) {
   uint8_t type = settings.device_type;
   bool fixed = type == 1;
   // The block map goes to the motion group's files on type 1, else to md2's.
   const FieldCopyTable& fields = fixed ? kMotionWriteFields : kMd2MotionWriteFields;
   uint16_t length = read_le16(r.header + 6);
-  copy_fields(fields, r.header);
+  bool valid = read_motion_payload(r.socket, r.buffer, length);
+  uint8_t area = fixed ? selected_md_area() : 0;
   {
     Guard guard(*fields.lock);
+    copy_fields(fields, r.header, fields.lock);
     settings.motion_map_length = length;
-  }
-  if (read_motion_payload(r.socket, r.buffer, length)) {
-    {
-      Guard guard(*fields.lock);
+    if (!fixed)
+      area = settings.current_md;
+    if (valid) {
       memcpy(settings.motion_block_map, r.buffer, kMotionBlockMapSize);
+      if (fixed) {
+        r.masks->save |= kSaveMotion;
+        r.masks->apply |= kSaveMotion;
+      } else if (r.header[9] == 0) {
+        console_print("Version Mismatch\n");
+        return RequestOutcome::kCloseNow;
+      } else {
+        r.masks->extended_save |= kSaveMd2;
+        r.masks->extended_apply |= kSaveMd2;
+      }
+      if (area != 0)
+        save_and_apply(*r.masks, fields.lock);
     }
-    if (fixed) {
-      r.masks->save |= kSaveMotion;
-      r.masks->apply |= kSaveMotion;
-    } else if (r.header[9] == 0) {
-      console_print("Version Mismatch\n");
-      return RequestOutcome::kCloseNow;
-    } else {
-      r.masks->extended_save |= kSaveMd2;
-      r.masks->extended_apply |= kSaveMd2;
-    }
-    if (selected_md_area() != 0)
-      save_and_apply(*r.masks);
   }
   if (type == 2)
-    notify_md_area(selected_md_area());
+    notify_md_area(area);
   return RequestOutcome::kKeepServing;
 }
 
+// Operation 0 stores the preset (and, unless it is 255, puts it into the pan/tilt
+// head); bit 0x20 clears every preset and area, else bit 0x02 one preset and its
+// area. The pan/tilt clear runs after ptz_lock is released.
+RequestOutcome preset_write(const Request& r, const PlainWrite*) {
+  uint8_t operation = r.header[6];
+  bool clear = false;
+  uint8_t cleared = 0;  // 0: every position
+  {
+    Guard guard(ptz_lock);
+    copy_fields(kPresetSelectorField, r.header, &ptz_lock);
+    uint8_t preset = settings.current_preset;
+    if (operation == 0) {
+      copy_fields(kPresetSetFields, r.header, &ptz_lock);
+      r.masks->extended_save |= kSavePreset2;
+      r.masks->extended_apply |= kSavePreset2;
+      save_groups(r.masks->save, r.masks->extended_save, &ptz_lock);
+      if (preset != kDefaultPreset)
+        apply_groups(r.masks->apply, r.masks->extended_apply, &ptz_lock);
+      return RequestOutcome::kKeepServing;
+    }
+    reset_preset_fields();
+    if (operation & kPresetClearAll) {
+      settings.home = 1;
+      clear = true;
+    } else if ((operation & kPresetClearOne) && preset != 0) {
+      clear = true;
+      cleared = preset;
+    }
+    if (clear) {
+      remove_preset(cleared);
+      remove_md_area(cleared);
+    }
+  }
+  if (clear)
+    ptz_clear(cleared);
+  return RequestOutcome::kKeepServing;
+}
+
+// Copy, save and apply under one hold of the fields' lock: no other connection's load
+// comes between the copy and the save.
 RequestOutcome plain_write(const Request& r, const PlainWrite* w) {
-  copy_fields(*w->fields, r.header);
+  Guard guard(*w->fields->lock);
+  copy_fields(*w->fields, r.header, w->fields->lock);
   r.masks->save |= w->save;
   r.masks->extended_save |= w->extended_save;
   r.masks->apply |= w->apply;
   r.masks->extended_apply |= w->extended_apply;
-  save_and_apply(*r.masks);
+  save_and_apply(*r.masks, w->fields->lock);
   return RequestOutcome::kKeepServing;
 }
 
@@ -219,6 +322,8 @@ RequestOutcome reload(const Request& r) {
 
 constexpr PlainWrite kMpegWrite = {&kMpegWriteFields, kSaveMpeg, 0, kSaveMpeg, 0};
 constexpr PlainWrite kJpegWrite = {&kJpegWriteFields, kSaveJpeg, 0, kSaveJpeg, 0};
+constexpr PlainWrite kAutorunWrite = {&kAutorunWriteFields, 0, kSaveAutorun, 0, kSaveAutorun};
+constexpr PlainWrite kAlarmLinkWrite = {&kAlarmLinkWriteFields, 0, kSaveAlarm2, 0, kSaveAlarm2};
 constexpr PlainWrite kAlarmWrite = {&kAlarmWriteFields, kSaveAlarm, 0, kSaveAlarm, 0};
 constexpr PlainWrite kOsdWrite = {&kOsdWriteFields, kSaveOsd, 0, kSaveOsd, 0};
 constexpr PlainWrite kTitleWrite = {&kTitleWriteFields, kSaveTitle, 0, kSaveTitle, 0};
@@ -233,18 +338,18 @@ constexpr PlainWrite kCamcontrol2Write = {&kCamcontrol2WriteFields, kSaveCamcont
 constexpr DispatchRow kDispatchRows[] = {
     {kClassInformation, kSubDeviceInfo, device_info, nullptr},
     {kClassInformation, kSubMotionRead, motion_read, nullptr},
-    {kClassInformation, kSubAlarmLinkRead, nullptr, nullptr},
-    {kClassInformation, kSubPresetRead, nullptr, nullptr},
+    {kClassInformation, kSubAlarmLinkRead, alarm_link_read, nullptr},
+    {kClassInformation, kSubPresetRead, preset_read, nullptr},
     {kClassInformation, kSubClose, close_request, nullptr},
     {kClassStream, kSubVideoResolution, video_resolution_write, nullptr},
     {kClassStream, kSubMpeg, plain_write, &kMpegWrite},
     {kClassStream, kSubJpeg, plain_write, &kJpegWrite},
-    {kClassStream, kSubAutorun, nullptr, nullptr},
+    {kClassStream, kSubAutorun, plain_write, &kAutorunWrite},
     {kClassStream, kSubStreamSettings, stream_settings_write, nullptr},
     {kClassEvent, kSubMotionWrite, motion_write, nullptr},
     {kClassEvent, kSubAlarm, plain_write, &kAlarmWrite},
-    {kClassEvent, kSubAlarmLink, nullptr, nullptr},
-    {kClassEvent, kSubPreset, nullptr, nullptr},
+    {kClassEvent, kSubAlarmLink, plain_write, &kAlarmLinkWrite},
+    {kClassEvent, kSubPreset, preset_write, nullptr},
     {kClassOverlay, kSubOsd, plain_write, &kOsdWrite},
     {kClassOverlay, kSubTitle, plain_write, &kTitleWrite},
     {kClassOverlay, kSubPrivacy, plain_write, &kPrivacyWrite},
@@ -277,8 +382,6 @@ RequestOutcome execute_request(const uint8_t* header, int socket, uint8_t* buffe
     known_class = true;
     if (row.sub != header[kRequestSub])
       continue;
-    if (row.handler == nullptr)
-      return RequestOutcome::kKeepServing;
     return row.handler(request, row.write);
   }
   if (known_class)

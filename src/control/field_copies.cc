@@ -165,10 +165,10 @@ void copy_field(const FieldCopy& row, const uint8_t* header) {
   }
 }
 
-void copy_fields(const FieldCopyTable& table, const uint8_t* header) {
+void copy_fields(const FieldCopyTable& table, const uint8_t* header, const std::mutex* held) {
   std::unique_lock<std::mutex> guard;
   if (table.lock != nullptr)
-    guard = std::unique_lock<std::mutex>(*table.lock);
+    guard = lock_unless_held(*table.lock, held);
   for (size_t i = 0; i < table.count; ++i)
     copy_field(table.rows[i], header);
 }

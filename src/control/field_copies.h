@@ -44,8 +44,10 @@ struct FieldCopyTable {
 // Applies one row's rule to the record field. No lock is taken.
 void copy_field(const FieldCopy& row, const uint8_t* header);
 
-// Walks the table in row order, each row by its rule, under the table's lock.
-void copy_fields(const FieldCopyTable& table, const uint8_t* header);
+// Walks the table in row order, each row by its rule, under the table's lock (not
+// taken when it is `held`, the lock the caller already holds).
+void copy_fields(const FieldCopyTable& table, const uint8_t* header,
+                 const std::mutex* held = nullptr);
 
 // Stream class.
 extern const FieldCopyTable kMpegWriteFields;        // bytes 4-9

@@ -177,13 +177,13 @@ size_t build_device_info_reply(uint8_t* buffer, uint16_t parameter) {
   return finish_payload(buffer, trailer);
 }
 
-size_t build_motion_reply(uint8_t* buffer, uint16_t parameter) {
+size_t build_motion_reply_holding(uint8_t* buffer, uint16_t parameter, const std::mutex* held) {
   start_reply(buffer, kReplyMotion, parameter);
   uint8_t type = settings.device_type;
   bool with_map;
   {
     // The map was just loaded by the md2 group (type 2) or the motion group.
-    Guard guard(type == 2 ? ptz_lock : motion_lock);
+    auto guard = lock_unless_held(type == 2 ? ptz_lock : motion_lock, held);
     buffer[11] = settings.motion_map_valid;
     buffer[12] = settings.motion_flags;
     with_map = settings.motion_map_valid != 0;
@@ -193,7 +193,7 @@ size_t build_motion_reply(uint8_t* buffer, uint16_t parameter) {
     }
   }
   if (type != 1) {
-    Guard guard(ptz_lock);
+    auto guard = lock_unless_held(ptz_lock, held);
     buffer[16] = 1;
     buffer[17] = settings.md_max;
     buffer[18] = settings.current_md;
@@ -212,10 +212,10 @@ size_t build_motion_reply(uint8_t* buffer, uint16_t parameter) {
   return finish_payload(buffer, kReplyPayload + kMotionBlockMapSize);
 }
 
-size_t build_alarm_link_reply(uint8_t* buffer, uint16_t parameter) {
+size_t build_alarm_link_reply_holding(uint8_t* buffer, uint16_t parameter, const std::mutex* held) {
   start_reply(buffer, kReplyAlarmLink, parameter);
   buffer[12] = 1;
-  Guard guard(alarm_lock);
+  auto guard = lock_unless_held(alarm_lock, held);
   const AlarminSection& in = settings.alarmin;
   const AlarmoutSection& out = settings.alarmout;
   const uint8_t fields[] = {settings.current_alarmin,
@@ -239,10 +239,10 @@ size_t build_alarm_link_reply(uint8_t* buffer, uint16_t parameter) {
   return kReplyHeaderSize;
 }
 
-size_t build_preset_reply(uint8_t* buffer, uint16_t parameter) {
+size_t build_preset_reply_holding(uint8_t* buffer, uint16_t parameter, const std::mutex* held) {
   start_reply(buffer, kReplyPreset, parameter);
   buffer[12] = 1;
-  Guard guard(ptz_lock);
+  auto guard = lock_unless_held(ptz_lock, held);
   const PresetSection& p = settings.preset;
   const uint8_t fields[] = {settings.home, settings.md_first,       settings.presetmax,
                             p.enable,      settings.current_preset, p.dwell,
@@ -250,6 +250,18 @@ size_t build_preset_reply(uint8_t* buffer, uint16_t parameter) {
   memcpy(buffer + 13, fields, sizeof fields);
   put_text(buffer + 20, p.name, sizeof p.name, 10);
   return kReplyHeaderSize;
+}
+
+size_t build_motion_reply(uint8_t* buffer, uint16_t parameter) {
+  return build_motion_reply_holding(buffer, parameter, nullptr);
+}
+
+size_t build_alarm_link_reply(uint8_t* buffer, uint16_t parameter) {
+  return build_alarm_link_reply_holding(buffer, parameter, nullptr);
+}
+
+size_t build_preset_reply(uint8_t* buffer, uint16_t parameter) {
+  return build_preset_reply_holding(buffer, parameter, nullptr);
 }
 
 size_t build_close_reply(uint8_t* buffer, uint16_t parameter) {

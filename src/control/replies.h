@@ -49,6 +49,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <mutex>
+
 namespace camrcd {
 
 // Largest reply: the motion reply, 32 + 4801 + 2 bytes.
@@ -60,6 +62,12 @@ size_t build_motion_reply(uint8_t* buffer, uint16_t parameter);
 size_t build_alarm_link_reply(uint8_t* buffer, uint16_t parameter);
 size_t build_preset_reply(uint8_t* buffer, uint16_t parameter);
 size_t build_close_reply(uint8_t* buffer, uint16_t parameter);
+
+// The same builders for a caller that already holds `held`, the lock of the group it
+// has just selected and loaded; they take every other lock they need.
+size_t build_motion_reply_holding(uint8_t* buffer, uint16_t parameter, const std::mutex* held);
+size_t build_alarm_link_reply_holding(uint8_t* buffer, uint16_t parameter, const std::mutex* held);
+size_t build_preset_reply_holding(uint8_t* buffer, uint16_t parameter, const std::mutex* held);
 
 }  // namespace camrcd
 

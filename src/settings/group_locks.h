@@ -1,7 +1,8 @@
 // The process-wide mutexes: eleven group locks, user_count_lock, stream_lock and
 // network_lock. A group lock is held for the whole of its group's file read, file
 // write or device action. The only nestings: osd_lock then title_lock (osd load and
-// osd save), and stream_lock inside the video, mpeg and jpeg actions.
+// osd save), alarm_lock then ptz_lock (the alarm2 action), and stream_lock inside the
+// video, mpeg and jpeg actions.
 #ifndef CAMRCD_SETTINGS_GROUP_LOCKS_H_
 #define CAMRCD_SETTINGS_GROUP_LOCKS_H_
 
@@ -25,6 +26,11 @@ extern std::mutex stream_lock;
 // Guards the network group's fields and control_port. Two requests may reload the
 // network group at once, and the replies and the accept loop read it meanwhile.
 extern std::mutex network_lock;
+
+// Holds lock, unless it is the one the caller already holds (held; may be null).
+inline std::unique_lock<std::mutex> lock_unless_held(std::mutex& lock, const std::mutex* held) {
+  return &lock == held ? std::unique_lock<std::mutex>() : std::unique_lock<std::mutex>(lock);
+}
 
 }  // namespace camrcd
 

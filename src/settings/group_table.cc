@@ -1,15 +1,20 @@
 // The six row tables in priority order and the walker. Operations are the readers
 // and writers of settings/ and settings/sectioned/ and the device actions of
-// actions/; a null operation is a group not served yet.
+// actions/.
 #include "settings/group_table.h"
 
 #include "actions/device_actions.h"
+#include "actions/ptz_actions.h"
 #include "settings/alarm_motion_files.h"
 #include "settings/camera_control_files.h"
 #include "settings/group_locks.h"
 #include "settings/group_masks.h"
 #include "settings/network_group.h"
 #include "settings/osd_files.h"
+#include "settings/sectioned/alarm_link_file.h"
+#include "settings/sectioned/autorun_file.h"
+#include "settings/sectioned/md_area_file.h"
+#include "settings/sectioned/preset_file.h"
 #include "settings/video_files.h"
 
 namespace camrcd {
@@ -26,13 +31,13 @@ constexpr GroupRow kLoadRows[] = {
     {kLoadMpeg, &mpeg_lock, nullptr, load_mpeg_group},
     {kLoadJpeg, &jpeg_lock, nullptr, load_jpeg_group},
     {kLoadVideo, &video_lock, nullptr, load_video_group},
-    {kLoadAutorun, &ptz_lock, nullptr, nullptr},
+    {kLoadAutorun, &ptz_lock, nullptr, load_autorun},
 };
 
 constexpr GroupRow kExtendedLoadRows[] = {
-    {kLoadAlarm2, &alarm_lock, nullptr, nullptr},
-    {kLoadPreset2, &ptz_lock, nullptr, nullptr},
-    {kLoadMd2, &ptz_lock, nullptr, nullptr},
+    {kLoadAlarm2, &alarm_lock, nullptr, load_alarm2},
+    {kLoadPreset2, &ptz_lock, nullptr, load_preset2},
+    {kLoadMd2, &ptz_lock, nullptr, load_md2},
 };
 
 constexpr GroupRow kSaveRows[] = {
@@ -54,10 +59,10 @@ constexpr GroupRow kSaveRows[] = {
 };
 
 constexpr GroupRow kExtendedSaveRows[] = {
-    {kSaveAutorun, &ptz_lock, nullptr, nullptr},
-    {kSaveAlarm2, &alarm_lock, nullptr, nullptr},
-    {kSavePreset2, &ptz_lock, nullptr, nullptr},
-    {kSaveMd2, &ptz_lock, nullptr, nullptr},
+    {kSaveAutorun, &ptz_lock, nullptr, save_autorun},
+    {kSaveAlarm2, &alarm_lock, nullptr, save_alarm2},
+    {kSavePreset2, &ptz_lock, nullptr, save_preset2},
+    {kSaveMd2, &ptz_lock, nullptr, save_md2},
 };
 
 constexpr GroupRow kApplyRows[] = {
@@ -76,10 +81,12 @@ constexpr GroupRow kApplyRows[] = {
 };
 
 constexpr GroupRow kExtendedApplyRows[] = {
-    {kSaveAutorun, &ptz_lock, nullptr, nullptr},
-    {kSaveAlarm2, &ptz_lock, nullptr, nullptr},
-    {kSavePreset2, &ptz_lock, nullptr, nullptr},
-    {kSaveMd2, &ptz_lock, nullptr, nullptr},
+    {kSaveAutorun, &ptz_lock, nullptr, autorun_action},
+    // The alarm2 action runs under ptz_lock and reads the alarm2 fields, which are
+    // loaded and saved under alarm_lock: it holds alarm_lock too, taken first.
+    {kSaveAlarm2, &alarm_lock, &ptz_lock, alarm2_action},
+    {kSavePreset2, &ptz_lock, nullptr, preset2_action},
+    {kSaveMd2, &ptz_lock, nullptr, md2_action},
 };
 
 template <size_t N>
@@ -96,7 +103,7 @@ const GroupTable kExtendedSaveTable = table_of(kExtendedSaveRows);
 const GroupTable kApplyTable = table_of(kApplyRows);
 const GroupTable kExtendedApplyTable = table_of(kExtendedApplyRows);
 
-void run_group_rows(GroupTable table, uint32_t mask) {
+void run_group_rows(GroupTable table, uint32_t mask, const std::mutex* held) {
   for (size_t i = 0; i < table.count && mask != 0; ++i) {
     const GroupRow& row = table.rows[i];
     if ((mask & row.bit) == 0)
@@ -104,31 +111,28 @@ void run_group_rows(GroupTable table, uint32_t mask) {
     mask &= ~row.bit;
     if (row.operation == nullptr)
       continue;
+    std::unique_lock<std::mutex> first, second;
     if (row.first_lock != nullptr)
-      row.first_lock->lock();
+      first = lock_unless_held(*row.first_lock, held);
     if (row.second_lock != nullptr)
-      row.second_lock->lock();
+      second = lock_unless_held(*row.second_lock, held);
     row.operation();
-    if (row.second_lock != nullptr)
-      row.second_lock->unlock();
-    if (row.first_lock != nullptr)
-      row.first_lock->unlock();
   }
 }
 
-void load_groups(uint32_t load_mask, uint32_t extended_load_mask) {
-  run_group_rows(kLoadTable, load_mask);
-  run_group_rows(kExtendedLoadTable, extended_load_mask);
+void load_groups(uint32_t load_mask, uint32_t extended_load_mask, const std::mutex* held) {
+  run_group_rows(kLoadTable, load_mask, held);
+  run_group_rows(kExtendedLoadTable, extended_load_mask, held);
 }
 
-void save_groups(uint32_t save_mask, uint32_t extended_save_mask) {
-  run_group_rows(kSaveTable, save_mask);
-  run_group_rows(kExtendedSaveTable, extended_save_mask);
+void save_groups(uint32_t save_mask, uint32_t extended_save_mask, const std::mutex* held) {
+  run_group_rows(kSaveTable, save_mask, held);
+  run_group_rows(kExtendedSaveTable, extended_save_mask, held);
 }
 
-void apply_groups(uint32_t apply_mask, uint32_t extended_apply_mask) {
-  run_group_rows(kApplyTable, apply_mask);
-  run_group_rows(kExtendedApplyTable, extended_apply_mask);
+void apply_groups(uint32_t apply_mask, uint32_t extended_apply_mask, const std::mutex* held) {
+  run_group_rows(kApplyTable, apply_mask, held);
+  run_group_rows(kExtendedApplyTable, extended_apply_mask, held);
 }
 
 }  // namespace camrcd

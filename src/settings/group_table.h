@@ -28,12 +28,14 @@ struct GroupTable {
 };
 
 // Runs, in row order, the operation of every row whose bit is in mask, each under
-// its locks. Rows with a null operation are skipped.
-void run_group_rows(GroupTable table, uint32_t mask);
+// its locks. Rows with a null operation are skipped. `held` is a lock the caller
+// already holds (or null): a row takes its other lock, if any, but not that one.
+void run_group_rows(GroupTable table, uint32_t mask, const std::mutex* held = nullptr);
 
-void load_groups(uint32_t load_mask, uint32_t extended_load_mask);
-void save_groups(uint32_t save_mask, uint32_t extended_save_mask);
-void apply_groups(uint32_t apply_mask, uint32_t extended_apply_mask);
+void load_groups(uint32_t load_mask, uint32_t extended_load_mask, const std::mutex* held = nullptr);
+void save_groups(uint32_t save_mask, uint32_t extended_save_mask, const std::mutex* held = nullptr);
+void apply_groups(uint32_t apply_mask, uint32_t extended_apply_mask,
+                  const std::mutex* held = nullptr);
 
 // The six tables, for inspection by tests.
 extern const GroupTable kLoadTable;

@@ -145,7 +145,7 @@ TEST_F(FlatFilesTest, ScriptedCases) {
     if (bits == "product")
       read_product_identity();
     else
-      (operation == "save" ? save_groups : load_groups)(std::stoul(bits, nullptr, 0), 0);
+      (operation == "save" ? save_groups : load_groups)(std::stoul(bits, nullptr, 0), 0, nullptr);
     printed += ::testing::internal::GetCapturedStdout();
   };
   auto field_named = [](const std::string& name) {
