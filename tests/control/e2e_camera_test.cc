@@ -27,58 +27,6 @@
 namespace camrcd {
 namespace {
 
-using ByteRuns = std::vector<std::pair<size_t, std::vector<uint8_t>>>;
-
-// Bytes from offsets on, written "OFFSET=V,V OFFSET=V": values in C notation, or
-// 'text' for its characters. "83='Lobby',0 104=2,0x12".
-ByteRuns byte_runs(const char* text) {
-  ByteRuns runs;
-  for (const char* at = text + strspn(text, " "); *at != '\0';) {
-    char* end;
-    runs.push_back({strtoul(at, &end, 0), {}});
-    std::vector<uint8_t>& values = runs.back().second;
-    for (at = end; *at == '=' || *at == ',';) {
-      if (at[1] == '\'') {
-        const char* close = strchr(at + 2, '\'');
-        values.insert(values.end(), at + 2, close);
-        at = close + 1;
-      } else {
-        values.push_back(static_cast<uint8_t>(strtoul(at + 1, &end, 0)));
-        at = end;
-      }
-    }
-    at += strspn(at, " ");
-  }
-  return runs;
-}
-
-void expect_runs(const Reply& reply, const ByteRuns& runs, const std::string& label) {
-  for (const auto& run : runs) {
-    const uint8_t* from = reply.bytes + run.first;
-    EXPECT_EQ(run.second, std::vector<uint8_t>(from, from + run.second.size()))
-        << label << ": bytes from " << run.first;
-  }
-}
-
-// Sends "NAME OFFSET=V ...": the request of that name (client_request.cc) with those bytes.
-int32_t send_named(int socket, const std::string& request,
-                   const std::vector<uint8_t>& payload = {}) {
-  size_t space = std::min(request.find(' '), request.size());
-  const RequestKind* kind = find_request_kind(request.substr(0, space).c_str());
-  if (kind == nullptr)
-    return -1;
-  RequestHeader header = make_request(kind->command_class, kind->sub);
-  for (const auto& run : byte_runs(request.c_str() + space)) {
-    for (size_t i = 0; i < run.second.size(); i++)
-      request_set_byte(&header, run.first + i, run.second[i]);
-  }
-  return send_request(socket, header, payload.data(), payload.size());
-}
-
-int32_t request_info(int socket, Reply* reply) {
-  return send_named(socket, "info") == 0 ? read_reply(socket, reply) : -1;
-}
-
 void rename_model(const std::string& root) {
   write_text_file(root + kWebRoot + "/admin/product_info.ls", "Vendor = ZR\nModel = ZR-X100\n");
 }

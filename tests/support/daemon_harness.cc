@@ -275,6 +275,52 @@ bool close_served(int socket) {
          is_close_reply(reply) && client_wait_closed(socket, kDaemonWaitMs);
 }
 
+ByteRuns byte_runs(const char* text) {
+  ByteRuns runs;
+  for (const char* at = text + strspn(text, " "); *at != '\0';) {
+    char* end;
+    runs.push_back({strtoul(at, &end, 0), {}});
+    std::vector<uint8_t>& values = runs.back().second;
+    for (at = end; *at == '=' || *at == ',';) {
+      if (at[1] == '\'') {
+        const char* close = strchr(at + 2, '\'');
+        values.insert(values.end(), at + 2, close);
+        at = close + 1;
+      } else {
+        values.push_back(static_cast<uint8_t>(strtoul(at + 1, &end, 0)));
+        at = end;
+      }
+    }
+    at += strspn(at, " ");
+  }
+  return runs;
+}
+
+void expect_runs(const Reply& reply, const ByteRuns& runs, const std::string& label) {
+  for (const auto& run : runs) {
+    const uint8_t* from = reply.bytes + run.first;
+    EXPECT_EQ(run.second, std::vector<uint8_t>(from, from + run.second.size()))
+        << label << ": bytes from " << run.first;
+  }
+}
+
+int32_t send_named(int socket, const std::string& request, const std::vector<uint8_t>& payload) {
+  size_t space = std::min(request.find(' '), request.size());
+  const RequestKind* kind = find_request_kind(request.substr(0, space).c_str());
+  if (kind == nullptr)
+    return -1;
+  RequestHeader header = make_request(kind->command_class, kind->sub);
+  for (const auto& run : byte_runs(request.c_str() + space)) {
+    for (size_t i = 0; i < run.second.size(); i++)
+      request_set_byte(&header, run.first + i, run.second[i]);
+  }
+  return send_request(socket, header, payload.data(), payload.size());
+}
+
+int32_t request_info(int socket, Reply* reply) {
+  return send_named(socket, "info") == 0 ? read_reply(socket, reply) : -1;
+}
+
 bool send_in_pieces(int socket, const uint8_t* data, size_t length,
                     const std::vector<size_t>& pieces, int pause_ms) {
   size_t at = 0;

@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "client/client_request.h"
@@ -96,6 +97,19 @@ std::vector<std::string> split(const std::string& text, const std::string& separ
 bool info_served(int socket);
 bool close_served(int socket);
 bool is_close_reply(const Reply& reply);  // length 32, 0x77 0x33 0x10 0xF1
+
+// Bytes from offsets on, written "OFFSET=V,V OFFSET=V": values in C notation, or
+// 'text' for its characters. "83='Lobby',0 104=2,0x12".
+using ByteRuns = std::vector<std::pair<size_t, std::vector<uint8_t>>>;
+ByteRuns byte_runs(const char* text);
+// Each run equals the reply's bytes at its offset (a failure names label).
+void expect_runs(const Reply& reply, const ByteRuns& runs, const std::string& label);
+
+// Sends "NAME OFFSET=V ...": the request of that name (client_request.cc) with those
+// bytes, then the payload. A device information request and its reply.
+int32_t send_named(int socket, const std::string& request,
+                   const std::vector<uint8_t>& payload = {});
+int32_t request_info(int socket, Reply* reply);
 
 // Sends bytes in pieces of the given sizes (the rest last), pausing pause_ms between.
 bool send_in_pieces(int socket, const uint8_t* data, size_t length,

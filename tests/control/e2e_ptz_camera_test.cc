@@ -1,0 +1,190 @@
+// End-to-end requests to a pan/tilt camera through the real daemon, scripted in
+// data/ptz_cases.txt (its header describes the directives): the four sectioned files
+// as loads and saves leave them, the replies, the pan/tilt and gpio programs run, bad
+// files and selectors; then a preset name of hostile bytes reaching ctrl_ptz whole.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "client/client_request.h"
+#include "platform/dev_root.h"
+#include "support/daemon_harness.h"
+
+namespace camrcd {
+namespace {
+
+// A block line's text with its escapes: \xNN a byte, {N*TEXT} TEXT N times (\n in
+// TEXT a line feed), {root} the sandbox root.
+std::string expand(std::string text, const std::string& root) {
+  for (size_t x = text.find("\\x"); x != std::string::npos; x = text.find("\\x", x + 1))
+    text.replace(x, 4, 1, static_cast<char>(std::stoi(text.substr(x + 2, 2), nullptr, 16)));
+  for (size_t at = text.find("{root}"); at != std::string::npos; at = text.find("{root}", at))
+    text.replace(at, 6, root);
+  for (size_t at = text.find('{'); at != std::string::npos; at = text.find('{', at + 1)) {
+    size_t star = text.find('*', at), close = text.find('}', at);
+    if (star == std::string::npos || close == std::string::npos || star > close)
+      continue;
+    std::string unit = text.substr(star + 1, close - star - 1), repeated;
+    for (size_t n; (n = unit.find("\\n")) != std::string::npos;)
+      unit.replace(n, 2, "\n");
+    for (int i = std::stoi(text.substr(at + 1, star - at - 1)); i > 0; --i)
+      repeated += unit;
+    text.replace(at, close + 1 - at, repeated);
+    at += repeated.size() - 1;
+  }
+  return text;
+}
+
+// The motion write's payload: the marker, 4800 cells of fill, the trailer (or a bad one).
+std::vector<uint8_t> motion_payload(uint8_t fill, bool good_trailer) {
+  std::vector<uint8_t> payload(4801, fill);
+  payload[0] = 'P';
+  payload.push_back(good_trailer ? 0x55 : 0x00);
+  payload.push_back(0xAA);
+  return payload;
+}
+
+struct Script {
+  std::unique_ptr<DaemonHarness> daemon;
+  int socket = -1;
+  Reply reply = {};
+  size_t output_seen = 0;  // daemon output already checked by "printed"
+  std::map<std::string, std::string> put;
+
+  std::string path(const std::string& file) const {
+    return file[0] == '/' ? daemon->root() + file : daemon->web_path(file);
+  }
+  void end_case() {
+    if (daemon == nullptr)
+      return;
+    Reply info;  // the daemon still serves
+    EXPECT_GT(request_info(socket, &info), 32) << daemon->output();
+    close(socket);
+    daemon.reset();
+  }
+  void start_case() {
+    end_case();
+    DaemonOptions options;
+    options.camera_type = 2;
+    daemon = std::make_unique<DaemonHarness>(options);
+    ASSERT_TRUE(daemon->ok()) << daemon->error();
+    socket = daemon->login_client();
+    ASSERT_GE(socket, 0);
+    output_seen = daemon->output().size();
+    put.clear();
+    clear_stub_logs(daemon->root());
+  }
+  // Sends "NAME BYTES [+map=FILL[,bad]]"; a read's reply is kept, a write is followed
+  // by a device information request (its reply means the write is done).
+  void send(const std::string& line) {
+    size_t map = line.find(" +map=");
+    std::vector<uint8_t> payload;
+    if (map != std::string::npos)
+      payload = motion_payload(std::stoi(line.substr(map + 6), nullptr, 0),
+                               line.find(",bad", map) == std::string::npos);
+    std::string request = line.substr(0, map);
+    ASSERT_EQ(0, send_named(socket, request, payload)) << request;
+    const RequestKind* kind = find_request_kind(request.substr(0, request.find(' ')).c_str());
+    Reply sync;
+    ASSERT_GT(kind->answered ? read_reply(socket, &reply) : request_info(socket, &sync), 0)
+        << request << "\n"
+        << daemon->output();
+  }
+};
+
+TEST(EndToEndPtzCamera, ScriptedCases) {
+  std::ifstream data(CAMRCD_SOURCE_DIR "/tests/control/data/ptz_cases.txt");
+  Script run;
+  std::string line, name;
+  int cases = 0;
+  for (int number = 1; std::getline(data, line); ++number) {
+    std::string block;
+    std::vector<std::string> block_lines;
+    for (std::string more; (data.peek() == '|' || data.peek() == '~') && std::getline(data, more);
+         ++number) {
+      block += more.substr(1) + (more[0] == '|' ? "\n" : "");
+      block_lines.push_back(more.substr(1));
+    }
+    SCOPED_TRACE(name + ", line " + std::to_string(number));
+    std::istringstream words(line);
+    std::string directive, argument;
+    words >> directive;
+    std::getline(words >> std::ws, argument);
+    if (directive == "case") {
+      name = argument;
+      run.start_case();
+      ++cases;
+      continue;
+    }
+    if (directive.empty() || directive[0] == '#')
+      continue;
+    ASSERT_NE(run.daemon, nullptr) << "no case yet";
+    const std::string& root = run.daemon->root();
+    block = expand(block, root);
+    if (directive == "put") {
+      ASSERT_TRUE(write_text_file(run.path(argument), run.put[argument] = block)) << argument;
+    } else if (directive == "remove") {
+      std::filesystem::remove(run.path(argument));
+    } else if (directive == "mkdir") {
+      std::filesystem::remove(run.path(argument));
+      ASSERT_EQ(0, mkdir(run.path(argument).c_str(), 0755)) << argument;
+    } else if (directive == "send") {
+      run.send(expand(argument, root));
+    } else if (directive == "reply") {
+      expect_runs(run.reply, byte_runs(argument.c_str()), line);
+    } else if (directive == "length") {
+      EXPECT_EQ(std::to_string(run.reply.length), argument);
+    } else if (directive == "reply-hex") {
+      std::string hex;
+      for (size_t i = 0; i < run.reply.length; ++i) {
+        char digits[3];
+        snprintf(digits, sizeof digits, "%02x", run.reply.bytes[i]);
+        hex += digits;
+      }
+      uint16_t port = run.daemon->port();  // {port}, {connect}: the ports, little-endian
+      for (auto [name, value] :
+           {std::pair<std::string, int>{"{port}", port}, {"{connect}", port - 1}}) {
+        char digits[5];
+        snprintf(digits, sizeof digits, "%02x%02x", value & 0xFF, value >> 8);
+        argument.replace(argument.find(name), name.size(), digits);
+      }
+      EXPECT_EQ(hex, argument);
+    } else if (directive == "file") {
+      std::string file = argument.substr(0, argument.find(' '));
+      std::string how = argument.substr(file.size());
+      bool exists = std::filesystem::is_regular_file(run.path(file));
+      std::string text = exists ? read_file(run.path(file)) : "<missing>";
+      EXPECT_EQ(text, how == " same" ? run.put[file] : how == " missing" ? "<missing>" : block);
+    } else if (directive == "printed") {
+      std::string output = run.daemon->output();
+      for (const std::string& expected : split(block, "\n")) {
+        size_t at = output.find(expected, run.output_seen);
+        EXPECT_NE(at, std::string::npos) << expected << "\n" << output.substr(run.output_seen);
+        if (at != std::string::npos)
+          run.output_seen = at + expected.size();
+      }
+    } else if (directive == "calls") {
+      std::string expected;
+      for (const std::string& call : block_lines)
+        expected += (expected.empty() ? "" : "; ") + expand(call, root);
+      EXPECT_EQ(stub_calls_text(root, expected), expected);
+      clear_stub_logs(root);
+    } else {
+      FAIL() << "unknown directive " << directive;
+    }
+  }
+  run.end_case();
+  EXPECT_EQ(cases, 16);
+}
+
+}  // namespace
+}  // namespace camrcd
