@@ -1,18 +1,23 @@
 // End-to-end requests to a pan/tilt camera through the real daemon, scripted in
 // data/ptz_cases.txt (its header describes the directives): the four sectioned files
 // as loads and saves leave them, the replies, the pan/tilt and gpio programs run, bad
-// files and selectors; then a preset name of hostile bytes reaching ctrl_ptz whole.
+// files and selectors. Then a preset name of hostile bytes reaching ctrl_ptz whole,
+// and presets stored by one connection while another reads them.
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "client/client_request.h"
@@ -184,6 +189,84 @@ TEST(EndToEndPtzCamera, ScriptedCases) {
   }
   run.end_case();
   EXPECT_EQ(cases, 16);
+}
+
+// The name is written to the file without its line feed, but reaches ctrl_ptz as one
+// argument holding every byte the client sent.
+TEST(EndToEndPtzCamera, PresetNameReachesCtrlPtzAsOneUnchangedArgument) {
+  DaemonOptions options;
+  options.camera_type = 2;
+  DaemonHarness daemon(options);
+  ASSERT_TRUE(daemon.ok()) << daemon.error();
+  int s = daemon.login_client();
+  for (const std::string name : {"a'b\"c", "$(id)`id`", "x;y|z&", "a\nb", "-n *", "'; ls '"}) {
+    clear_stub_logs(daemon.root());
+    RequestHeader request = make_request(kClassEvent, kSubPreset);
+    request_set_byte(&request, 10, 2);  // enable on
+    request_set_byte(&request, 11, 5);  // preset 5
+    request_set_text(&request, 14, 10, name.c_str());
+    Reply reply;
+    ASSERT_EQ(0, send_request(s, request));
+    ASSERT_GT(request_info(s, &reply), 0);
+    std::vector<StubCall> calls = wait_for_stub_calls(daemon.root(), 1, kDaemonWaitMs);
+    ASSERT_EQ(1u, calls.size()) << name;
+    EXPECT_EQ((std::vector<std::string>{"--class=save1", "--position=5", "--name=" + name,
+                                        "--dwell=0", "--group=0", "--home=off"}),
+              calls[0].args);
+    std::string file = read_file(daemon.web_path("kelda2/env_preset2.ls"));
+    std::string written = name;
+    std::replace(written.begin(), written.end(), '\n', ' ');
+    EXPECT_NE(std::string::npos, file.find("\nname = " + written + "\n")) << file;
+  }
+  close(s);
+}
+
+// One connection stores presets 1 to 8 again and again while another reads them: each
+// reply must name the preset it was asked for, with that preset's stored fields (its
+// number as dwell and group, "p" and its number as name, read back with its line end).
+TEST(EndToEndPtzConcurrency, PresetRepliesNameTheReadPresetWhileAnotherConnectionStores) {
+  DaemonOptions options;
+  options.camera_type = 2;
+  DaemonHarness daemon(options);
+  ASSERT_TRUE(daemon.ok()) << daemon.error();
+  int writer = daemon.login_client();
+  int reader = daemon.login_client();
+  ASSERT_TRUE(writer >= 0 && reader >= 0);
+  auto store = [&](uint8_t preset) {
+    RequestHeader request = make_request(kClassEvent, kSubPreset);
+    for (auto [offset, value] :
+         {std::pair<int, int>{10, 2}, {11, preset}, {12, preset}, {13, preset}})
+      request_set_byte(&request, offset, static_cast<uint8_t>(value));
+    request_set_text(&request, 14, 10, ("p" + std::to_string(preset)).c_str());
+    Reply reply;  // the device information reply paces the writes
+    return send_request(writer, request) == 0 && request_info(writer, &reply) > 0;
+  };
+  for (uint8_t preset = 1; preset <= 8; ++preset)
+    ASSERT_TRUE(store(preset));
+  std::atomic<bool> stop(false);
+  std::thread storing([&] {
+    for (uint8_t preset = 1; !stop; preset = preset % 8 + 1)
+      if (!store(preset))
+        break;
+  });
+  int reads = 0, mixed = 0;
+  for (int64_t end = monotonic_ms() + 2000; monotonic_ms() < end; ++reads) {
+    uint8_t preset = static_cast<uint8_t>(1 + reads % 8);
+    Reply reply;
+    ASSERT_EQ(0, send_named(reader, "preset-read 8=" + std::to_string(preset)));
+    ASSERT_EQ(32, read_reply(reader, &reply));
+    std::string name(reinterpret_cast<const char*>(reply.bytes + 20), 10);
+    bool whole = reply.bytes[16] == 2 && reply.bytes[17] == preset && reply.bytes[18] == preset &&
+                 reply.bytes[19] == preset && name.c_str() == "p" + std::to_string(preset) + "\n";
+    mixed += whole ? 0 : 1;
+  }
+  stop = true;
+  storing.join();
+  EXPECT_GT(reads, 10);
+  EXPECT_EQ(0, mixed) << "of " << reads << " replies";
+  EXPECT_TRUE(close_served(writer) && close_served(reader));
+  close(writer);
+  close(reader);
 }
 
 }  // namespace

@@ -82,7 +82,9 @@ constexpr SectionRule kSections[] = {
      kOutputAppended, std::size(kOutputAppended), output_defaults, false},
 };
 
-constexpr SectionedFile kAlarmLinkFile = {
+}  // namespace
+
+const SectionedFile kAlarmLinkFile = {
     "kelda2/env_alarm2.ls",
     "/tmp/env_alarm2.ls",
     kSections,
@@ -98,8 +100,6 @@ constexpr SectionedFile kAlarmLinkFile = {
     nullptr,
     nullptr,
 };
-
-}  // namespace
 
 void load_alarm2() {
   load_sectioned_file(kAlarmLinkFile);

@@ -9,6 +9,9 @@
 
 namespace camrcd {
 
+struct SectionedFile;
+extern const SectionedFile kAlarmLinkFile;  // the file's table
+
 void load_alarm2();
 void save_alarm2();
 

@@ -64,7 +64,9 @@ void clear_switches() {
   s.autorun.enable = 0;
 }
 
-constexpr SectionedFile kAutorunFile = {
+}  // namespace
+
+const SectionedFile kAutorunFile = {
     "kelda2/env_autorun.ls",
     "/tmp/env_autorun.ls",
     kSections,
@@ -82,8 +84,6 @@ constexpr SectionedFile kAutorunFile = {
     nullptr,
     nullptr,
 };
-
-}  // namespace
 
 void load_autorun() {
   load_sectioned_file(kAutorunFile);

@@ -6,6 +6,9 @@
 
 namespace camrcd {
 
+struct SectionedFile;
+extern const SectionedFile kAutorunFile;  // the file's table
+
 // A missing file: its message, and every field keeps its value. Otherwise the
 // direction and both enables start at 0 and take what the file holds.
 void load_autorun();

@@ -94,24 +94,6 @@ void missing_file_defaults() {
   s.manual.sens = 10;
 }
 
-constexpr SectionedFile kMdAreaFile = {
-    "kelda2/env_md2.ls",
-    "/tmp/env_md2.ls",
-    kSections,
-    std::size(kSections),
-    "Conf. Open ERR. env_md2.ls\n",
-    "WR Conf. ERR. env_md2.ls\n",
-    "[common]\nversion = 01.00\nmd_func = off\nmode = block\nmd-max = 30\n\nend\n\n",
-    true,
-    true,
-    clear_area_enable,
-    missing_file_defaults,
-    nullptr,
-    "[common]\nversion = 01.00\nmd_func = off\nmode = block\nmd-max = 30\n\n"
-    "[manual]\nenable = none\nthreshold = 0\nsens = 0\n\n"
-    "[md1]\nenable = off\nact = 255\nactno = 1\nrelay = none\nrecord = none\nemail = none\n\n",
-};
-
 const char* block_file_path(char* out, size_t size) {
   char relative[32];
   snprintf(relative, sizeof relative, "kelda2/md/env_mdb%d.dat", s.current_md);
@@ -145,6 +127,24 @@ void write_block_file() {
 }
 
 }  // namespace
+
+const SectionedFile kMdAreaFile = {
+    "kelda2/env_md2.ls",
+    "/tmp/env_md2.ls",
+    kSections,
+    std::size(kSections),
+    "Conf. Open ERR. env_md2.ls\n",
+    "WR Conf. ERR. env_md2.ls\n",
+    "[common]\nversion = 01.00\nmd_func = off\nmode = block\nmd-max = 30\n\nend\n\n",
+    true,
+    true,
+    clear_area_enable,
+    missing_file_defaults,
+    nullptr,
+    "[common]\nversion = 01.00\nmd_func = off\nmode = block\nmd-max = 30\n\n"
+    "[manual]\nenable = none\nthreshold = 0\nsens = 0\n\n"
+    "[md1]\nenable = off\nact = 255\nactno = 1\nrelay = none\nrecord = none\nemail = none\n\n",
+};
 
 void load_md2() {
   s.motion_map_valid = 1;

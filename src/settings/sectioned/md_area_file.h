@@ -9,6 +9,9 @@
 
 namespace camrcd {
 
+struct SectionedFile;
+extern const SectionedFile kMdAreaFile;  // the file's table
+
 // Also reads the area's block file (a missing one gives the default map and prints
 // "Rd.Err <path>"); motion_map_length becomes 4803.
 void load_md2();

@@ -78,7 +78,9 @@ void set_default_preset_record() {
   set_name(kDefaultPresetName);
 }
 
-constexpr SectionedFile kPresetFile = {
+}  // namespace
+
+const SectionedFile kPresetFile = {
     "kelda2/env_preset2.ls",
     "/tmp/env_preset2.ls",
     kSections,
@@ -94,8 +96,6 @@ constexpr SectionedFile kPresetFile = {
     "[common]\nversion = 01.00\nhome = 1\npresetmax = 30\nmd-first = 1\n\n"
     "[preset1]\nenable = off\nname = *\ndwell = 5\ngroup = 255\n\n",
 };
-
-}  // namespace
 
 void load_preset2() {
   load_sectioned_file(kPresetFile);

@@ -8,6 +8,9 @@
 
 namespace camrcd {
 
+struct SectionedFile;
+extern const SectionedFile kPresetFile;  // the file's table
+
 // A preset without a section (or no file): enabled (1) when it is at most presetmax
 // or 255, else 0; md-first 1, name "preset N", dwell 5, group 255. Preset 255 then
 // always gets dwell 5, group 255 and the name "Default MD".

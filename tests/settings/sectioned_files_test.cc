@@ -1,0 +1,278 @@
+// The sectioned files below the end-to-end cases: the piece reader's cuts, the value
+// kinds (with the choices for a key line without "=", a short name line, a long
+// text, and the CR or LF of client text), a failed move, and every file's load and
+// save fed random text: a load changes nothing outside its group and leaves its
+// texts terminated; a save keeps every piece it does not own.
+#include <gtest/gtest.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "platform/dev_root.h"
+#include "settings/group_table.h"
+#include "settings/sectioned/alarm_link_file.h"
+#include "settings/sectioned/autorun_file.h"
+#include "settings/sectioned/md_area_file.h"
+#include "settings/sectioned/preset_file.h"
+#include "settings/sectioned/sectioned_file.h"
+#include "settings/settings_record.h"
+#include "support/daemon_harness.h"
+
+namespace camrcd {
+namespace {
+
+std::vector<std::string> pieces_of(std::string text) {
+  FILE* input = fmemopen(text.empty() ? nullptr : &text[0], text.size(), "r");
+  std::vector<std::string> pieces;
+  for (Piece piece; read_piece(input, &piece);)
+    pieces.emplace_back(piece.bytes, piece.length);
+  fclose(input);
+  return pieces;
+}
+
+TEST(PieceReader, CutsLinesAt49Bytes) {
+  const std::string a49(49, 'a');
+  const struct {
+    std::string text;
+    std::vector<std::string> pieces;
+  } cases[] = {
+      {std::string(60, 'x') + "\n", {std::string(49, 'x'), std::string(11, 'x') + "\n"}},
+      {a49 + "\n", {a49, "\n"}},
+      {"ab\n\ncd", {"ab\n", "\n", "cd"}},
+      {std::string("n\0x\n", 4), {std::string("n\0x\n", 4)}},
+      {"", {}},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(pieces_of(c.text), c.pieces) << c.text;
+}
+
+Piece piece_of(const std::string& text) {
+  Piece piece = {};
+  memcpy(piece.bytes, text.data(), text.size());
+  piece.length = text.size();
+  return piece;
+}
+
+// Each kind reads the piece into a byte (or text) field, then writes the field back.
+TEST(ValueKinds, ReadAndWrite) {
+  const struct {
+    const ValueKind& kind;
+    std::string piece;
+    int number;         // the byte field after the read (-1: a text field)
+    std::string text;   // the text field after the read, or nothing
+    std::string value;  // what the writer gives then
+  } cases[] = {
+      {kNumberKind, "dwell = 300\n", 44, "", "44"},
+      {kNumberKind, "dwell = -1\n", 255, "", "255"},
+      {kNumberKind, "dwell =\t+7x\n", 7, "", "7"},
+      {kNumberKind, "dwell 12\n", 0, "", "0"},                 // no "=": as a value without digits
+      {kNumberKind, "dwell = 99999999999\n", 255, "", "255"},  // the low bits of the number
+      {kSwitchKind, "enable = off\n", 1, "", "off"},
+      {kSwitchKind, "enable = none\n", 0, "", "none"},
+      {kSwitchKind, "enable = on\n", 2, "", "on"},
+      {kSwitchKind, "enable = yes\n", 1, "", "off"},
+      {kOptionalNumberKind, "act = none\n", 0, "", "none"},
+      {kOptionalNumberKind, "act = 255\n", 255, "", "255"},
+      {kRelayCodeKind, "relay = off\n", 1, "", "off"},
+      {kRelayCodeKind, "relay = 24\n", 24, "", "24"},
+      {kRelayCodeKind, "relay = 9\n", 9, "", "off"},
+      {kRelayCodeKind, "relay = none\n", 0, "", "none"},
+      {kTextKind, "name = Door\n", -1, "Door\n", "Door"},
+      {kTextKind, "name = Door\r\n", -1, "Door\r\n", "Door "},
+      {kTextKind, "name\n", -1, "", ""},  // shorter than "name = ": the empty text
+      {kTextKind, "name = 0123456789abc\n", -1, "0123456789a", "0123456789a"},
+      {kTextKind, "name = a\nb\rc\n", -1, "a\nb\rc\n", "a b c"},  // no line of its own
+      {kTextAsIsKind, "name = a\n", -1, "a\n", "a "},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.piece);
+    uint8_t byte = 0xEE;
+    char text[kSectionTextFieldSize];
+    memset(text, 'z', sizeof text);
+    KeyRule key = {"k", &c.kind, c.number < 0 ? static_cast<void*>(text) : &byte, nullptr};
+    c.kind.read(piece_of(c.piece), key);
+    if (c.number < 0)
+      EXPECT_EQ(std::string(text), c.text);  // terminated within the field, or this reads on
+    else
+      EXPECT_EQ(byte, c.number);
+    char value[kValueTextSize];
+    c.kind.write(key, value);
+    EXPECT_EQ(std::string(value), c.value);
+  }
+}
+
+class SectionedFilesTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/camrcd_sectioned_XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    root_ = pattern;
+    std::filesystem::create_directories(root_ + kWebRoot + "/kelda2/md");
+    std::filesystem::create_directories(root_ + "/tmp");
+    ASSERT_TRUE(dev_root_init(root_.c_str()));
+    settings = SettingsRecord{};
+  }
+  void TearDown() override {
+    dev_root_init("");
+    std::filesystem::remove_all(root_);
+  }
+  std::string web(const std::string& relative) const { return root_ + kWebRoot + "/" + relative; }
+  std::string root_;
+};
+
+// The move fails (a directory stands in the file's place) and nothing says so: the
+// directory stays and the copy is left in /tmp.
+TEST_F(SectionedFilesTest, AFailedMoveIsNotReported) {
+  ASSERT_EQ(mkdir(web("kelda2/env_preset2.ls").c_str(), 0755), 0);
+  settings.current_preset = 2;
+  ::testing::internal::CaptureStdout();
+  save_groups(0, 0x002);
+  std::string printed = ::testing::internal::GetCapturedStdout();
+  EXPECT_EQ(printed, "");
+  EXPECT_TRUE(std::filesystem::is_directory(web("kelda2/env_preset2.ls")));
+  EXPECT_NE(read_file(root_ + "/tmp/env_preset2.ls").find("[preset2]\n"), std::string::npos);
+}
+
+// Headers, keys of every file, words the kinds look for, "end", long runs, random
+// bytes and line ends in random order, cut anywhere.
+std::string random_text(std::mt19937& random) {
+  const char* const kWords[] = {
+      "[common]",  "[autopan]", "[poa]",      "[autorun]",   "[preset1]", "[preset255]", "[md1]",
+      "[md255]",   "[manual]",  "[alarmin1]", "[alarmout1]", "[other]",   "[preset0]",   "[md0]",
+      "direction", "speed",     "enable",     "act",         "actno",     "waittime",    "home",
+      "md-first",  "presetmax", "dwell",      "group",       "name",      "alin-allen",  "alin-max",
+      "type",      "priority",  "relay",      "record",      "email",     "linkage",     "md_func",
+      "mode",      "md-max",    "threshold",  "sens",        "version",   "end",         "on",
+      "off",       "none",      "ccw",        "block",       " = ",       "=",           "-1"};
+  std::string text;
+  for (size_t i = random() % 80; i > 0; --i) {
+    switch (random() % 6) {
+      case 0:
+      case 1:
+      case 2:
+        text += kWords[random() % (sizeof kWords / sizeof kWords[0])];
+        break;
+      case 3:
+        text += std::string(1 + random() % 120, static_cast<char>('a' + random() % 26));
+        break;
+      case 4:
+        for (size_t bytes = 1 + random() % 6; bytes > 0; --bytes)
+          text.push_back(static_cast<char>(random() % 256));
+        break;
+      default:
+        text += random() % 3 ? "\n" : " ";
+    }
+  }
+  return text.substr(0, random() % (text.size() + 1));
+}
+
+struct Group {
+  const char* file;  // below the web root
+  const SectionedFile& table;
+  uint32_t load_bit;  // extended load mask (0: the load mask's autorun bit)
+  std::vector<std::pair<void*, size_t>> fields;
+  std::vector<const char*> keys;  // every key name of the file
+};
+
+TEST_F(SectionedFilesTest, RandomTextLoadsOnlyIntoItsGroupAndSavesKeepWhatTheyDoNotOwn) {
+  SettingsRecord& s = settings;
+  const Group groups[] = {
+      {"kelda2/env_autorun.ls",
+       kAutorunFile,
+       0,
+       {{&s.autopan, sizeof s.autopan}, {&s.poa, sizeof s.poa}, {&s.autorun, sizeof s.autorun}},
+       {"direction", "speed", "enable", "act", "waittime"}},
+      {"kelda2/env_preset2.ls",
+       kPresetFile,
+       0x002,
+       {{&s.home, 1}, {&s.md_first, 1}, {&s.presetmax, 1}, {&s.preset, sizeof s.preset}},
+       {"home", "md-first", "presetmax", "enable", "dwell", "group", "name", "version"}},
+      {"kelda2/env_alarm2.ls",
+       kAlarmLinkFile,
+       0x080,
+       {{&s.alin_allen, 1},
+        {&s.alout_allen, 1},
+        {&s.alin_max, 1},
+        {&s.alout_max, 1},
+        {&s.alarmin, sizeof s.alarmin},
+        {&s.alarmout, sizeof s.alarmout}},
+       {"alin-allen", "alout-allen", "alin-max", "alout-max", "enable", "type", "priority", "act",
+        "relay", "record", "email", "name", "dwell", "linkage", "version"}},
+      {"kelda2/env_md2.ls",
+       kMdAreaFile,
+       0x400,
+       {{&s.motion_block_map, sizeof s.motion_block_map},
+        {&s.motion_map_valid, 1},
+        {&s.motion_flags, 1},
+        {&s.motion_map_length, sizeof s.motion_map_length},
+        {&s.md_max, 1},
+        {&s.manual, sizeof s.manual},
+        {&s.md, sizeof s.md}},
+       {"md_func", "mode", "md-max", "enable", "act", "relay", "record", "email", "threshold",
+        "sens", "version"}},
+  };
+  const uint8_t kSelectors[] = {0, 1, 255, 100, 10};
+  std::mt19937 random(2026);
+  for (const Group& group : groups) {
+    SCOPED_TRACE(group.file);
+    for (int round = 0; round < 150; ++round) {
+      std::string text = random_text(random);
+      ASSERT_TRUE(write_text_file(web(group.file), text));
+      // A load: the record outside the group stays as it was, selectors included.
+      memset(&settings, 0xA5, sizeof settings);
+      for (char* name : {s.preset.name, s.alarmin.name, s.alarmout.name})
+        name[kSectionTextFieldSize - 1] = '\0';
+      settings.current_preset = settings.current_md = kSelectors[round % 5];
+      settings.current_alarmin = kSelectors[(round + 1) % 5];
+      settings.current_alarmout = kSelectors[(round + 2) % 5];
+      SettingsRecord expected = settings;
+      ::testing::internal::CaptureStdout();
+      load_groups(group.load_bit == 0 ? 0x100 : 0, group.load_bit);
+      ::testing::internal::GetCapturedStdout();
+      for (const auto& [field, size] : group.fields)
+        memcpy(reinterpret_cast<uint8_t*>(&expected) +
+                   (static_cast<uint8_t*>(field) - reinterpret_cast<uint8_t*>(&settings)),
+               field, size);
+      ASSERT_EQ(memcmp(&expected, &settings, sizeof settings), 0) << "round " << round;
+      for (const char* name : {s.preset.name, s.alarmin.name, s.alarmout.name})
+        ASSERT_TRUE(memchr(name, 0, kSectionTextFieldSize)) << "round " << round;
+
+      // A save: every piece after the first header and before the first "end" that
+      // holds no key of the file stands in the copy, in order.
+      SectionHeaders headers;
+      form_headers(group.table, false, &headers);
+      std::string copy(64 * 1024, '\0');
+      FILE* input = fmemopen(text.empty() ? nullptr : &text[0], text.size(), "r");
+      FILE* output = fmemopen(&copy[0], copy.size(), "w");
+      rewrite_sections(input, output, group.table, headers);
+      copy.resize(ftell(output));
+      fclose(input);
+      fclose(output);
+      size_t at = 0;
+      bool after_header = false;
+      std::vector<std::string> pieces = pieces_of(text);
+      for (size_t i = 0; i < pieces.size() && i < static_cast<size_t>(kPieceBound); ++i) {
+        const std::string& piece = pieces[i];
+        after_header = after_header || piece[0] == '[';
+        if (piece.find("end") != std::string::npos)
+          break;
+        bool owned = !after_header;
+        for (const char* key : group.keys)
+          owned = owned || piece.find(key) != std::string::npos;
+        if (owned)
+          continue;
+        at = copy.find(piece, at);
+        ASSERT_NE(at, std::string::npos) << "round " << round << ": lost [" << piece << "]";
+        at += piece.size();
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace camrcd
