@@ -1,6 +1,6 @@
 // The device actions: the exact text of their command lines (option words, decimal
-// numbers, trailing blanks); the runner (signals reset in the child, an interrupted
-// wait resumed); the local notices (the 32 bytes on the loopback address, the result,
+// numbers, trailing blanks; the pan/tilt lines too); the runner (signals reset in the child, an
+// interrupted wait resumed); the local notices (the 32 bytes on the loopback address, the result,
 // no socket left behind); and the actions through the real shell against stub
 // programs in a root whose name needs quoting (the calls of an apply mask in order,
 // hostile titles, stream_restarted; the descriptors a child gets: end to end).
@@ -27,6 +27,7 @@
 #include "actions/command_runner.h"
 #include "actions/device_actions.h"
 #include "actions/local_notifier.h"
+#include "actions/ptz_actions.h"
 #include "platform/dev_root.h"
 #include "settings/group_locks.h"
 #include "settings/group_table.h"
@@ -73,6 +74,61 @@ TEST(ActionLines, ExactText) {
   EXPECT_EQ(build_alarm_line(small, sizeof small, AlarmGroup{}), 0u);
   EXPECT_STREQ(small, "");
   EXPECT_EQ(build_title_line(small, sizeof small, "a title far too long for forty bytes"), 0u);
+}
+
+// The pan/tilt lines as the shell gets them: the blanks at their ends (which no
+// program sees as an argument) and the preset name as one quoted word.
+TEST(PtzLines, ExactTextWithTrailingBlanksAndQuotedName) {
+  ASSERT_TRUE(dev_root_init(""));
+  using Build = size_t (*)(char*, size_t, const SettingsRecord&);
+  const struct {
+    Build build;
+    void (*set)(SettingsRecord& r);
+    const char* line;  // after the web root's admin/ folder
+  } cases[] = {
+      {build_autorun_line,
+       [](SettingsRecord& r) {
+         r.poa = {2, 4, 0}, r.autorun.enable = 1;
+       },
+       "ctrl_ptz --class=save2 --poa_action=last_action --poa_num=0 --autorun_action=none "},
+      {build_autorun_line,
+       [](SettingsRecord& r) {
+         r.autorun = {2, 9, 4, 3};
+       },
+       "ctrl_ptz --class=save2 --poa_action=none --autorun_action=none --autorun_num=3 "
+       "--autorun_delaytime=9 "},
+      {build_md2_line,
+       [](SettingsRecord& r) { r.motion_flags = 34, r.md.enable = 2, r.current_md = 3; },
+       "ctrl_ptz --class=save1 --mdf=off --position=3  "},
+      {build_md2_line,
+       [](SettingsRecord& r) {
+         r.motion_flags = 18, r.md = {2, 2, 4}, r.current_md = 3;
+       },
+       "ctrl_ptz --class=save1 --mdf=on --position=3 --start_action=sequence --start_num=4 "},
+      {build_alarm2_gpio_line,
+       [](SettingsRecord& r) {
+         r.alarmout = {2, 255, 99, ""};
+       },
+       "ctrl_gpio -e s1 -n s1 -E r1 -a none -l 1"},
+      {build_alarm2_ptz_line, [](SettingsRecord& r) { r.alin_allen = 2, r.alarmin.enable = 2; },
+       "ctrl_ptz --alarm_action=none --alarm_num=0"},
+      {build_preset2_line,
+       [](SettingsRecord& r) {
+         r.preset = {2, 5, 255, "it's $(x)"}, r.current_preset = 7, r.home = 7;
+       },
+       "ctrl_ptz --class=save1 --position=7 '--name=it'\\''s $(x)' --dwell=5 --group=255 "
+       "--home=on"},
+  };
+  for (const auto& c : cases) {
+    SettingsRecord record = {};
+    c.set(record);
+    char line[kCommandLineCapacity];
+    ASSERT_NE(c.build(line, sizeof line, record), 0u) << c.line;
+    EXPECT_EQ(std::string(line), std::string(kWebRoot) + "/admin/" + c.line);
+  }
+  char line[kCommandLineCapacity];
+  build_clear_line(line, sizeof line, 0);
+  EXPECT_EQ(std::string(line), std::string(kWebRoot) + "/admin/ctrl_ptz --class=clear_all");
 }
 
 void on_alarm(int) {}

@@ -52,6 +52,7 @@ TEST(GroupWalkConcurrency, RowOrderUnderTheRowLocks) {
       {"camcontrol1 twice", kSaveTable, 0x400 | 0x040, {3, 4}},
       {"unnamed bits ignored", kSaveTable, 0x8000 | 0x010, {1}},
       {"extended load", kExtendedLoadTable, 0x400 | 0x080, {0, 2}},
+      {"alarm2 action holds alarm_lock and ptz_lock", kExtendedApplyTable, 0x020, {1}},
   };
   for (const Case& c : cases) {
     ASSERT_LE(c.table.count, sizeof kRecorders / sizeof kRecorders[0]);
