@@ -92,20 +92,56 @@ RequestOutcome device_info(const Request& r, const PlainWrite*) {
   return RequestOutcome::kKeepServing;
 }
 
-// On a pan/tilt camera the area is selected, loaded and its reply built under one
-// hold of ptz_lock, before the wait; the notice names the area of this reply.
+// A read of a sectioned group: under one hold of the group's lock its selectors are
+// set from the header, the group loaded and the reply built, so the reply names the
+// section it was asked for with that section's fields. The 5 ms wait follows,
+// outside the lock.
+struct SectionedRead {
+  std::mutex* lock;
+  uint32_t extended_load;
+  void (*select)(const uint8_t* header);
+  size_t (*build)(uint8_t* buffer, uint16_t parameter, const std::mutex* held);
+};
+
+// The area of a motion read: 1 when the version's major number (byte 7) is 0.
+uint8_t requested_area(const uint8_t* header) {
+  return header[7] == 0 ? 1 : header[8];
+}
+
+constexpr SectionedRead kMotionAreaRead = {
+    &ptz_lock, kLoadMd2, [](const uint8_t* h) { settings.current_md = requested_area(h); },
+    build_motion_reply_holding};
+constexpr SectionedRead kAlarmLinkRead = {&alarm_lock, kLoadAlarm2,
+                                          [](const uint8_t* h) {
+                                            settings.current_alarmin = h[8];
+                                            settings.current_alarmout = h[9];
+                                          },
+                                          build_alarm_link_reply_holding};
+constexpr SectionedRead kPresetRead = {&ptz_lock, kLoadPreset2,
+                                       [](const uint8_t* h) { settings.current_preset = h[8]; },
+                                       build_preset_reply_holding};
+
+// Returns the reply length.
+size_t read_sectioned(const Request& r, const SectionedRead& read) {
+  size_t length;
+  {
+    Guard guard(*read.lock);
+    read.select(r.header);
+    r.masks->extended_load = read.extended_load;
+    load_groups(r.masks->load, r.masks->extended_load, read.lock);
+    length = read.build(r.buffer, 0, read.lock);
+  }
+  usleep(kReadReplyWait);
+  return length;
+}
+
+// A pan/tilt camera reads the md2 area and announces it after the reply; the others
+// read the motion group.
 RequestOutcome motion_read(const Request& r, const PlainWrite*) {
-  uint8_t area = r.header[7] == 0 ? 1 : r.header[8];
+  uint8_t area = requested_area(r.header);
   size_t length;
   if (settings.device_type == 2) {
-    {
-      Guard guard(ptz_lock);
-      settings.current_md = area;
-      r.masks->extended_load = kLoadMd2;
-      load_groups(r.masks->load, r.masks->extended_load, &ptz_lock);
-      length = build_motion_reply_holding(r.buffer, 0, &ptz_lock);
-    }
-    usleep(kReadReplyWait);
+    length = read_sectioned(r, kMotionAreaRead);
   } else {
     {
       Guard guard(ptz_lock);
@@ -122,20 +158,8 @@ RequestOutcome motion_read(const Request& r, const PlainWrite*) {
   return RequestOutcome::kKeepServing;
 }
 
-// The alarm link read and the preset read select, load and build their reply under
-// one hold of the group's lock; the 5 ms wait follows, outside the lock.
 RequestOutcome alarm_link_read(const Request& r, const PlainWrite*) {
-  size_t length;
-  {
-    Guard guard(alarm_lock);
-    settings.current_alarmin = r.header[8];
-    settings.current_alarmout = r.header[9];
-    r.masks->extended_load = kLoadAlarm2;
-    load_groups(r.masks->load, r.masks->extended_load, &alarm_lock);
-    length = build_alarm_link_reply_holding(r.buffer, 0, &alarm_lock);
-  }
-  usleep(kReadReplyWait);
-  send_reply(r, length);
+  send_reply(r, read_sectioned(r, kAlarmLinkRead));
   return RequestOutcome::kKeepServing;
 }
 
@@ -143,16 +167,8 @@ RequestOutcome alarm_link_read(const Request& r, const PlainWrite*) {
 // before the reply goes out; the move runs without a group lock.
 RequestOutcome preset_read(const Request& r, const PlainWrite*) {
   console_print("Preset Req. Ver %02d.%02d\n", r.header[7], r.header[6]);
+  size_t length = read_sectioned(r, kPresetRead);
   uint8_t preset = r.header[8];
-  size_t length;
-  {
-    Guard guard(ptz_lock);
-    settings.current_preset = preset;
-    r.masks->extended_load = kLoadPreset2;
-    load_groups(r.masks->load, r.masks->extended_load, &ptz_lock);
-    length = build_preset_reply_holding(r.buffer, 0, &ptz_lock);
-  }
-  usleep(kReadReplyWait);
   if (preset != kDefaultPreset)
     ptz_start_preset(preset);
   send_reply(r, length);

@@ -240,8 +240,8 @@ TEST(EndToEndCameraConcurrency, PictureWritesAndReadsNeverMixThenAlarmEndsNothin
     reader_seen.insert(read_picture(reader));
   writing.join();
   EXPECT_GT(reads, 10u);
-  // A reload may overwrite a write between its copy and its save (the copy is not
-  // ordered against other connections' loads): the writer need not see its own last write.
+  // A write copies, saves and applies under one hold of its group's lock: the writer's
+  // reads show its own last write.
   EXPECT_EQ(1u, writer_seen.count(written[1]));
   reader_seen.insert(writer_seen.begin(), writer_seen.end());
   for (const Picture& p : reader_seen)

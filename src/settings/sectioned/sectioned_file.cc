@@ -49,7 +49,19 @@ bool format_header(char (&out)[kHeaderBufferSize], const char* format, unsigned 
   return length > 0 && static_cast<size_t>(length) < sizeof out;
 }
 
-void run_move(const SectionedFile& file) {
+// The file's copy in /tmp, emptied; null (and input closed) when it can't be created.
+FILE* open_copy(const SectionedFile& file, FILE* input) {
+  char temporary[kPathCapacity];
+  FILE* output = fopen(rooted_path(temporary, sizeof temporary, file.temporary), "we");
+  if (output == nullptr)
+    fclose(input);
+  return output;
+}
+
+// Closes both files and moves the copy into place; the move's result is not looked at.
+void move_copy(const SectionedFile& file, FILE* input, FILE* output) {
+  fclose(input);
+  fclose(output);
   char line[kPathCapacity * 3];
   const char* root = dev_root_for_command();
   snprintf(line, sizeof line, "mv -f %s%s %s%s/kelda2/", root, file.temporary, root, kWebRoot);
@@ -229,20 +241,15 @@ bool save_sectioned_file(const SectionedFile& file) {
     }
     return false;
   }
-  char temporary[kPathCapacity];
-  FILE* output = fopen(rooted_path(temporary, sizeof temporary, file.temporary), "we");
-  if (output == nullptr) {
-    fclose(input);
+  FILE* output = open_copy(file, input);
+  if (output == nullptr)
     return false;
-  }
   if (file.before_copy != nullptr)
     file.before_copy();
   SectionHeaders headers;
   form_headers(file, false, &headers);
   rewrite_sections(input, output, file, headers);
-  fclose(input);
-  fclose(output);
-  run_move(file);
+  move_copy(file, input, output);
   return true;
 }
 
@@ -253,16 +260,11 @@ void remove_sectioned_section(const SectionedFile& file, uint8_t number) {
     console_print("WR Conf. ERR. %s\n", path);
     return;
   }
-  char temporary[kPathCapacity];
-  FILE* output = fopen(rooted_path(temporary, sizeof temporary, file.temporary), "we");
-  if (output == nullptr) {
-    fclose(input);
+  FILE* output = open_copy(file, input);
+  if (output == nullptr)
     return;
-  }
   remove_sections(input, output, file, number);
-  fclose(input);
-  fclose(output);
-  run_move(file);
+  move_copy(file, input, output);
 }
 
 }  // namespace camrcd
