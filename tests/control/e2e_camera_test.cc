@@ -228,18 +228,16 @@ TEST(EndToEndCameraConcurrency, PictureWritesAndReadsNeverMixThenAlarmEndsNothin
   std::set<Picture> writer_seen;
   std::set<Picture> reader_seen;
   std::thread writing([&] {
-    for (int64_t end = monotonic_ms() + 2000; monotonic_ms() < end;) {
+    do {
       send_named(writer, writes[0]);
       send_named(writer, writes[1]);
       writer_seen.insert(read_picture(writer));  // also paces the writes
-    }
-    stop = true;
+    } while (!stop);
   });
-  size_t reads = 0;
-  for (; !stop; reads++)
+  for (int reads = 0; reads < 20; reads++)  // a count, not a time: a loaded machine is slow
     reader_seen.insert(read_picture(reader));
+  stop = true;
   writing.join();
-  EXPECT_GT(reads, 10u);
   // A write copies, saves and applies under one hold of its group's lock: the writer's
   // reads show its own last write.
   EXPECT_EQ(1u, writer_seen.count(written[1]));
