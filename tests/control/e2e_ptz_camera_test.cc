@@ -125,6 +125,9 @@ struct Script {
     ASSERT_TRUE(daemon->ok()) << daemon->error();
     socket = daemon->login_client();
     ASSERT_GE(socket, 0);
+    // The accept loop announces its next wait after this connection's: let it print
+    // before what is printed from here on is checked.
+    wait_until(kDaemonWaitMs, [&] { return daemon->count_in_output("==Accept wait!!!") >= 2; });
     output_seen = daemon->output().size();
     put.clear();
     clear_stub_logs(daemon->root());
