@@ -4,10 +4,8 @@
 // (data/writes_type*.txt), every example of the README, and the exit status and
 // message of each kind of failure. Last, scripts/sandbox as a user runs it.
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <spawn.h>
 #include <stdlib.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -290,23 +288,11 @@ TEST(NoticePortSandbox, PanTiltCameraNoticesAndRestart) {
   std::string dir = folder, out = dir + "/sandbox.out";
   uint16_t port = free_tcp_port();
   std::string script = CAMRCD_SOURCE_DIR "/scripts/sandbox";
-  std::vector<std::string> argv = {"/usr/bin/env", "CAMRCD_BUILD_DIR=" CAMRCD_BINARY_DIR,
-                                   "/bin/bash",    script,
-                                   "--type",       "2",
-                                   "--port",       std::to_string(port),
-                                   "--dir",        dir};
-  std::vector<char*> args;
-  for (std::string& arg : argv)
-    args.push_back(&arg[0]);
-  args.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT, 0644);
-  posix_spawn_file_actions_adddup2(&actions, 1, 2);
-  pid_t sandbox = -1;
-  ASSERT_EQ(posix_spawn(&sandbox, args[0], &actions, nullptr, args.data(), environ), 0);
-  posix_spawn_file_actions_destroy(&actions);
+  pid_t sandbox =
+      spawn_process({"/usr/bin/env", "CAMRCD_BUILD_DIR=" CAMRCD_BINARY_DIR, "/bin/bash", script,
+                     "--type", "2", "--port", std::to_string(port), "--dir", dir},
+                    out, dir + "/sandbox.err");
+  ASSERT_GT(sandbox, 0);
   auto output_has = [&](const std::string& text) {
     return wait_until(kDaemonStartMs,
                       [&] { return read_file(out).find(text) != std::string::npos; });

@@ -115,6 +115,22 @@ void print_fields(const DecodedReply& fields, bool json) {
   console_print("%s", text.c_str());
 }
 
+// Sends a read request and decodes its reply, which answers the request's sub-command
+// (a reload request's reply is the device information): kCamrcOk, or the exit status
+// after printing why.
+int read_decoded(Session* session, const RequestHeader& request, const char* what, Reply* reply,
+                 DecodedReply* fields, int timeout_ms = kClientTimeoutMs) {
+  bool information = request.bytes[kRequestClass] == kClassInformation;
+  uint8_t answer = information ? request.bytes[kRequestSub] + 1 : kReplyDeviceInfo;
+  int status = session_read(session, request, reply, what, timeout_ms);
+  if (status == kCamrcOk && (reply->bytes[kReplySub] != answer ||
+                             decode_reply(reply->bytes, reply->length, fields) != 0)) {
+    console_error("camrc: %s: not a reply of this protocol\n", what);
+    status = kCamrcBadReply;
+  }
+  return status;
+}
+
 const char* type_words(uint8_t device_type) {
   return device_type == 1 ? "a fixed camera" : device_type == 2 ? "a pan/tilt camera" : "a camera";
 }
@@ -137,12 +153,7 @@ int read_current(Session* session, CurrentRead current, uint8_t device_type,
       request_set_byte(&read, 8, write.bytes[12]);
     }
   }
-  int status = session_read(session, read, reply, what);
-  if (status == kCamrcOk && decode_reply(reply->bytes, reply->length, fields) != 0) {
-    console_error("camrc: %s: not a reply of this protocol\n", what);
-    status = kCamrcBadReply;
-  }
-  return status;
+  return read_decoded(session, read, what, reply, fields);
 }
 
 uint32_t field_number(const DecodedReply& fields, const char* name) {
@@ -285,13 +296,9 @@ int run_command(Session* session, const ParsedCommand& parsed) {
   request_set_version(&info_request, 6, 1, 0);
   Reply info;
   DecodedReply fields;
-  int status = session_read(session, info_request, &info, "device information");
+  int status = read_decoded(session, info_request, "device information", &info, &fields);
   if (status != kCamrcOk)
     return status;
-  if (decode_device_info(info.bytes, info.length, &fields) != 0) {
-    console_error("camrc: device information: not a reply of this protocol\n");
-    return kCamrcBadReply;
-  }
   if (strcmp(parsed.spec->name, "info") == 0) {
     print_fields(fields, parsed.json);
     return kCamrcOk;
@@ -302,15 +309,10 @@ int run_command(Session* session, const ParsedCommand& parsed) {
 int run_reload(Session* session, const RequestHeader& header, bool json) {
   Reply reply;
   DecodedReply fields;
-  int status = session_read(session, header, &reply, "device information");
-  if (status != kCamrcOk)
-    return status;
-  if (decode_device_info(reply.bytes, reply.length, &fields) != 0) {
-    console_error("camrc: device information: not a reply of this protocol\n");
-    return kCamrcBadReply;
-  }
-  print_fields(fields, json);
-  return kCamrcOk;
+  int status = read_decoded(session, header, "device information", &reply, &fields);
+  if (status == kCamrcOk)
+    print_fields(fields, json);
+  return status;
 }
 
 int run_close(Session* session) {
