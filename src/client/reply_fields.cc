@@ -155,7 +155,7 @@ const FieldSpec kPresetFields[] = {
     {"current_preset", kFieldByte, 17, 0, kWhenAlways, nullptr},
     {"preset_dwell", kFieldByte, 18, 0, kWhenAlways, nullptr},
     {"preset_group", kFieldByte, 19, 0, kWhenAlways, nullptr},
-    {"preset_name", kFieldText, 20, 10, kWhenAlways, nullptr},
+    {"preset_name", kFieldLine, 20, 10, kWhenAlways, nullptr},
 };
 
 // Device information bytes that choose the layout from byte 128 on.
@@ -167,6 +167,14 @@ constexpr size_t kMotionVersionMajor = 16;
 
 uint32_t read_le32(const uint8_t* p) {
   return read_le16(p) | static_cast<uint32_t>(read_le16(p + 2)) << 16;
+}
+
+// The camera's sectioned-file reader keeps a value's line end, and its writer drops one
+// CR or LF before it writes the value back: neither belongs to the value.
+void strip_line_end(char* text) {
+  size_t length = strlen(text);
+  if (length > 0 && (text[length - 1] == '\n' || text[length - 1] == '\r'))
+    text[length - 1] = 0;
 }
 
 void decode_field(const FieldSpec& field_layout, const uint8_t* reply, FieldValue* value) {
@@ -185,8 +193,11 @@ void decode_field(const FieldSpec& field_layout, const uint8_t* reply, FieldValu
       value->number = read_le32(p);
       break;
     case kFieldText:
+    case kFieldLine:
       memcpy(value->text, p, field_layout.width);
       value->text[field_layout.width] = 0;
+      if (field_layout.kind == kFieldLine)
+        strip_line_end(value->text);
       break;
     case kFieldMac:
       snprintf(value->text, sizeof(value->text), "%02x:%02x:%02x:%02x:%02x:%02x", p[5], p[4], p[3],

@@ -41,6 +41,7 @@ enum FieldKind : uint8_t {
   kFieldText,     // `width` bytes, zero-padded (no zero when the text fills them)
   kFieldMac,      // six bytes in reverse order: the first address byte stands last
   kFieldVersion,  // minor number at the offset, major number after it
+  kFieldLine,     // a text field read from a file line: one trailing CR or LF is the line's
 };
 
 // Which replies carry a field.

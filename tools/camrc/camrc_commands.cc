@@ -122,11 +122,12 @@ const CommandSpec kCommands[] = {
      {{"N", 8, kValueByte, 1, 30, kDefaultPosition, kPt, nullptr, 0, true, "the preset"}}},
     // The camera takes the name even when it is empty, and no read shows a preset's
     // values without moving the camera there: so the name is required, and the other
-    // values of the preset default to the camera's own defaults.
+    // values of the preset default to the camera's own. The file-wide home and
+    // md-first, which the daemon holds only after a preset read, come from preset 255.
     {"preset set",
      "preset",
      kPt,
-     kCurrentNone,
+     kCurrentPresets,
      "store the camera's position as preset N, with all of its values",
      {},
      {{"N", 11, kValueByte, 1, 30, nullptr, kPt, nullptr, 0, true, "the preset"},
@@ -137,8 +138,10 @@ const CommandSpec kCommands[] = {
        "dwell time (default 5)"},
       {"--group", 13, kValueByte, 1, 255, nullptr, kPt, nullptr, 255, false,
        "group number (default 255)"},
-      {"--home", 7, kValueFlag, 11, 0, nullptr, kPt, nullptr, 0, false,
-       "make preset N the home position"}}},
+      {"--home", 7, kValueFlag, 11, 0, nullptr, kPt, "home", 0, false,
+       "make preset N the home position"},
+      {"--md-first", 8, kValueByte, 1, 255, nullptr, kPt, "md_first", 0, false,
+       "the file-wide md-first value"}}},
     {"preset clear",
      "preset",
      kPt,

@@ -57,6 +57,7 @@ enum CurrentRead : uint8_t {
   kCurrentInfo,       // the device information camrc reads first anyway
   kCurrentMotion,     // the motion read of the same area
   kCurrentAlarmLink,  // the alarm link read of the same input and output
+  kCurrentPresets,    // the preset read of 255, the default position: it moves nothing
 };
 
 inline constexpr size_t kMaxOptions = 16;

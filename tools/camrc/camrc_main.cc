@@ -136,7 +136,8 @@ const char* type_words(uint8_t device_type) {
 }
 
 // Reads the current values for a write: the alarm link read of its input and output,
-// or the motion read of its area (area 1 on a fixed camera).
+// the preset read of the default position, or the motion read of its area (area 1 on
+// a fixed camera).
 int read_current(Session* session, CurrentRead current, uint8_t device_type,
                  const RequestHeader& write, Reply* reply, DecodedReply* fields) {
   RequestHeader read;
@@ -145,6 +146,11 @@ int read_current(Session* session, CurrentRead current, uint8_t device_type,
     read = make_request(kClassInformation, kSubAlarmLinkRead);
     request_set_byte(&read, 8, write.bytes[7]);
     request_set_byte(&read, 9, write.bytes[17]);
+  } else if (current == kCurrentPresets) {
+    what = "preset reply";
+    read = make_request(kClassInformation, kSubPresetRead);
+    request_set_version(&read, 6, 1, 0);
+    request_set_byte(&read, 8, 255);  // the one preset whose read does not move the camera
   } else {
     what = "motion reply";
     read = make_request(kClassInformation, kSubMotionRead);
@@ -256,7 +262,7 @@ int run_after_info(Session* session, const ParsedCommand& parsed, const DecodedR
     return built == -2 ? kCamrcNotServed : kCamrcUsage;
   Reply current_reply;
   DecodedReply current_fields;
-  if (spec.current == kCurrentMotion || spec.current == kCurrentAlarmLink) {
+  if (spec.current != kCurrentNone && spec.current != kCurrentInfo) {
     int status = read_current(session, spec.current, type, header, &current_reply, &current_fields);
     if (status != kCamrcOk)
       return status;
