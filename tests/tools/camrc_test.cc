@@ -137,7 +137,9 @@ TEST(Camrc, FixedCameraCommands) {
   run_command_rows(1);
 }
 
-TEST(Camrc, PanTiltCommands) {
+// A pan/tilt daemon sends notices to port 1630: the suite holds the notice port, so
+// that no listener of another test hears them.
+TEST(NoticePortCamrc, PanTiltCommands) {
   SKIP_WITHOUT_PAN_TILT_SERVER();
   run_command_rows(2);
 }
@@ -176,7 +178,7 @@ TEST(Camrc, InfoJsonMatchesSandboxFiles) {
 // comment after it names a line of its output, and a comment after a "cat" of a
 // sandbox file a text of that file. Examples below the pan/tilt heading run on a
 // pan/tilt camera.
-TEST(Camrc, ReadmeExamplesWork) {
+TEST(NoticePortCamrc, ReadmeExamplesWork) {
   std::map<int, std::unique_ptr<DaemonHarness>> daemons;
   std::istringstream readme(read_file(CAMRCD_SOURCE_DIR "/README.md"));
   int type = 1;
