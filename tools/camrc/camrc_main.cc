@@ -234,14 +234,10 @@ int run_read(Session* session, const ParsedCommand& parsed, const RequestHeader&
   Reply reply;
   DecodedReply fields;
   bool preset = header.bytes[kRequestSub] == kSubPresetRead;
-  int status =
-      session_read(session, header, &reply, "reply", preset ? kPresetReadMs : kClientTimeoutMs);
+  int status = read_decoded(session, header, "reply", &reply, &fields,
+                            preset ? kPresetReadMs : kClientTimeoutMs);
   if (status != kCamrcOk)
     return status;
-  if (decode_reply(reply.bytes, reply.length, &fields) != 0) {
-    console_error("camrc: reply: not a reply of this protocol\n");
-    return kCamrcBadReply;
-  }
   print_fields(fields, parsed.json);
   const char* map = given_value(parsed, "--map");
   return map != nullptr ? write_map_file(map, reply) : kCamrcOk;
