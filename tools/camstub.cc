@@ -1,8 +1,11 @@
-// Stand-in for every camera program: records its call and exits with 0.
+// Stand-in for every camera program: records its call, does what the camera's program
+// does where the daemon reads the result back, and exits with 0.
 // Appends one line to $CAMRCD_ROOT/stub.log (./stub.log without the variable): the base
 // name, then per argument a blank and the argument in double quotes with C escapes
 // (\\ \" \n \t \r, \xNN for other bytes below 0x20 or from 0x7f). Appends one line to
 // stub-fds.log: the base name and its open descriptors, ascending. One write per line.
+// send_servertitle then carries the title the daemon wrote (admin/view_title.ls) to
+// where the daemon reads it (kelda2/view_title.ls), replacing that file in one rename.
 #include <dirent.h>
 #include <fcntl.h>
 #include <stdio.h>
@@ -81,6 +84,33 @@ void append_line(const std::string& path, const std::string& line) {
   close(descriptor);
 }
 
+void copy_file(const std::string& from, const std::string& to) {
+  FILE* in = fopen(from.c_str(), "rbe");
+  if (in == nullptr)
+    return;
+  std::string temporary = to + ".camstub";
+  FILE* out = fopen(temporary.c_str(), "wbe");
+  char buffer[4096];
+  size_t got = 0;
+  while (out != nullptr && (got = fread(buffer, 1, sizeof buffer, in)) > 0)
+    fwrite(buffer, 1, got, out);
+  fclose(in);
+  if (out != nullptr && fclose(out) == 0)
+    rename(temporary.c_str(), to.c_str());
+}
+
+void send_servertitle(const std::string& root) {
+  const std::string web = root + "home/zr/webserver/web/";
+  copy_file(web + "admin/view_title.ls", web + "kelda2/view_title.ls");
+}
+
+// Programs whose effect the daemon reads back, and what they do (given the root with
+// its trailing slash).
+const struct {
+  const char* name;
+  void (*run)(const std::string& root);
+} kEffects[] = {{"send_servertitle", send_servertitle}};
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -101,5 +131,9 @@ int main(int argc, char** argv) {
     listing += " " + std::to_string(descriptor);
   listing.push_back('\n');
   append_line(folder + "stub-fds.log", listing);
+  for (const auto& effect : kEffects) {
+    if (name == effect.name)
+      effect.run(folder);
+  }
   return 0;
 }

@@ -1,8 +1,13 @@
 // Stand-in for the camera's local motion service: receives the daemon's local notices.
 // Binds UDP 127.0.0.1:PORT and appends each datagram to LOG as one line of lower-case
-// hex digits, flushed at once. Ends after SECONDS, or cleanly on SIGTERM or SIGINT.
+// hex digits, flushed at once; with --print it also shows each notice on standard
+// output in words. Ends after SECONDS, or cleanly on SIGTERM or SIGINT.
 //
-// usage: notice_listener LOG [--port N] [--seconds S]   (defaults: 1630, 600)
+// usage: notice_listener LOG [--port N] [--seconds S] [--print]   (defaults: 1630, 600)
+//
+// A notice is 32 bytes: '1' '0', its kind in bytes 2-3, zero bytes 4-5, then
+//   kind 0xFF 0x01, area selection: byte 6 0x81 (area 255) or 0x82, byte 7 the area
+//   kind 0x40 0x12, saved area: bytes 6-9 map valid, motion flags, area, area enable
 #include <arpa/inet.h>
 #include <errno.h>
 #include <netinet/in.h>
@@ -29,6 +34,7 @@ struct Options {
   const char* log_path = nullptr;
   int port = 1630;
   int seconds = 600;
+  bool print = false;
 };
 
 bool parse_options(int argc, char** argv, Options* options) {
@@ -36,6 +42,11 @@ bool parse_options(int argc, char** argv, Options* options) {
     return false;
   options->log_path = argv[1];
   for (int i = 2; i < argc; i += 2) {
+    if (strcmp(argv[i], "--print") == 0) {
+      options->print = true;
+      i--;
+      continue;
+    }
     if (i + 1 >= argc)
       return false;
     int value = atoi(argv[i + 1]);
@@ -79,6 +90,18 @@ void append_hex_line(FILE* log, const unsigned char* data, size_t length) {
   fflush(log);
 }
 
+void print_notice(const unsigned char* data, size_t length) {
+  bool notice = length == 32 && data[0] == '1' && data[1] == '0';
+  if (notice && data[2] == 0xFF && data[3] == 0x01) {
+    camrcd::console_print("notice: area %u selected (0x%02x)\n", data[7], data[6]);
+  } else if (notice && data[2] == 0x40 && data[3] == 0x12) {
+    camrcd::console_print("notice: area %u saved: map valid 0x%02x, flags 0x%02x, enable %u\n",
+                          data[8], data[6], data[7], data[9]);
+  } else {
+    camrcd::console_print("notice: %zu bytes of another kind\n", length);
+  }
+}
+
 void install_stop_handlers() {
   struct sigaction action;
   memset(&action, 0, sizeof(action));
@@ -93,7 +116,7 @@ void install_stop_handlers() {
 int main(int argc, char** argv) {
   Options options;
   if (!parse_options(argc, argv, &options)) {
-    camrcd::console_error("usage: notice_listener LOG [--port N] [--seconds S]\n");
+    camrcd::console_error("usage: notice_listener LOG [--port N] [--seconds S] [--print]\n");
     return 2;
   }
   install_stop_handlers();
@@ -117,8 +140,11 @@ int main(int argc, char** argv) {
     if (poll(&watch, 1, 200) <= 0)
       continue;
     ssize_t got = recv(socket_fd, datagram, sizeof(datagram), 0);
-    if (got >= 0)
-      append_hex_line(log, datagram, static_cast<size_t>(got));
+    if (got < 0)
+      continue;
+    append_hex_line(log, datagram, static_cast<size_t>(got));
+    if (options.print)
+      print_notice(datagram, static_cast<size_t>(got));
   }
   fclose(log);
   close(socket_fd);

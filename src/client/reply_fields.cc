@@ -11,8 +11,21 @@
 
 namespace camrcd {
 
-const CodeName kSwitchCodes[] = {{"on", 2}, {"off", 1}, {nullptr, 0}};
+const CodeName kSwitchCodes[] = {{"on", 2}, {"off", 1}, {"none", 0}, {nullptr, 0}};
 const CodeName kPolarityCodes[] = {{"no", 18}, {"nc", 17}, {nullptr, 0}};
+// Any act code other than 1-3 means none; 255 is what the camera's own files hold, and
+// an act stored as "none" reads back as 0.
+const CodeName kActCodes[] = {{"preset", 1}, {"sequence", 2}, {"autopan", 3},
+                              {"none", 255}, {"none", 0},     {nullptr, 0}};
+const CodeName kPoaActCodes[] = {{"preset", 1}, {"sequence", 2}, {"autopan", 3}, {"last_action", 4},
+                                 {"none", 255}, {"none", 0},     {nullptr, 0}};
+// The file spells a direction with bit 0 as cw, bit 1 as ccw, neither as none, and
+// none reads back as 0: 4 is the one value that writes none.
+const CodeName kDirectionCodes[] = {{"cw", 1}, {"ccw", 2}, {"none", 4}, {"none", 0}, {nullptr, 0}};
+const CodeName kInputTypeCodes[] = {{"no", 2}, {"nc", 1}, {nullptr, 0}};
+const CodeName kLinkageCodes[] = {{"sm", 24}, {"s", 16},   {"m", 8},
+                                  {"off", 1}, {"none", 0}, {nullptr, 0}};
+const CodeName kRelayCodes[] = {{"off", 1}, {"none", 0}, {nullptr, 0}};
 
 const char* code_name(const CodeName* codes, uint32_t code) {
   for (; codes != nullptr && codes->name != nullptr; codes++) {
@@ -24,7 +37,7 @@ const char* code_name(const CodeName* codes, uint32_t code) {
 
 int code_value(const CodeName* codes, const char* name, uint8_t* code) {
   for (; codes != nullptr && codes->name != nullptr; codes++) {
-    if (strcmp(codes->name, name) == 0) {
+    if (codes->code != 0 && strcmp(codes->name, name) == 0) {
       *code = codes->code;
       return 0;
     }
@@ -35,6 +48,7 @@ int code_value(const CodeName* codes, const char* name, uint8_t* code) {
 namespace {
 
 constexpr const CodeName* kSw = kSwitchCodes;
+constexpr const CodeName* kAct = kActCodes;
 
 const FieldSpec kDeviceInfoFields[] = {
     {"device_type", kFieldByte, 13, 0, kWhenAlways, nullptr},
@@ -82,14 +96,14 @@ const FieldSpec kDeviceInfoFields[] = {
     {"privacy_top", kFieldU16, 133, 0, kWhenPrivacyArea, nullptr},
     {"privacy_right", kFieldU16, 135, 0, kWhenPrivacyArea, nullptr},
     {"privacy_bottom", kFieldU16, 137, 0, kWhenPrivacyArea, nullptr},
-    {"autopan_direction", kFieldByte, 131, 0, kWhenAutorun, nullptr},
+    {"autopan_direction", kFieldByte, 131, 0, kWhenAutorun, kDirectionCodes},
     {"autopan_speed", kFieldByte, 132, 0, kWhenAutorun, nullptr},
     {"poa_enable", kFieldByte, 133, 0, kWhenAutorun, kSw},
-    {"poa_act", kFieldByte, 134, 0, kWhenAutorun, nullptr},
+    {"poa_act", kFieldByte, 134, 0, kWhenAutorun, kPoaActCodes},
     {"poa_actno", kFieldByte, 135, 0, kWhenAutorun, nullptr},
     {"autorun_enable", kFieldByte, 136, 0, kWhenAutorun, kSw},
     {"autorun_waittime", kFieldByte, 137, 0, kWhenAutorun, nullptr},
-    {"autorun_act", kFieldByte, 138, 0, kWhenAutorun, nullptr},
+    {"autorun_act", kFieldByte, 138, 0, kWhenAutorun, kAct},
     {"autorun_actno", kFieldByte, 139, 0, kWhenAutorun, nullptr},
 };
 
@@ -100,15 +114,48 @@ const FieldSpec kMotionFields[] = {
     {"layout_version", kFieldVersion, 15, 0, kWhenAlways, nullptr},
     {"md_max", kFieldByte, 17, 0, kWhenMd2, nullptr},
     {"current_md", kFieldByte, 18, 0, kWhenMd2, nullptr},
-    {"md_enable", kFieldByte, 19, 0, kWhenMd2, nullptr},
-    {"md_act", kFieldByte, 20, 0, kWhenMd2, nullptr},
+    {"md_enable", kFieldByte, 19, 0, kWhenMd2, kSw},
+    {"md_act", kFieldByte, 20, 0, kWhenMd2, kAct},
     {"md_actno", kFieldByte, 21, 0, kWhenMd2, nullptr},
-    {"md_relay", kFieldByte, 22, 0, kWhenMd2, nullptr},
-    {"md_record", kFieldByte, 23, 0, kWhenMd2, nullptr},
-    {"md_email", kFieldByte, 24, 0, kWhenMd2, nullptr},
-    {"manual_enable", kFieldByte, 26, 0, kWhenMd2, nullptr},
+    {"md_relay", kFieldByte, 22, 0, kWhenMd2, kRelayCodes},
+    {"md_record", kFieldByte, 23, 0, kWhenMd2, kSw},
+    {"md_email", kFieldByte, 24, 0, kWhenMd2, kSw},
+    {"manual_enable", kFieldByte, 26, 0, kWhenMd2, kSw},
     {"manual_threshold", kFieldByte, 27, 0, kWhenMd2, nullptr},
     {"manual_sens", kFieldByte, 28, 0, kWhenMd2, nullptr},
+};
+
+const FieldSpec kAlarmLinkFields[] = {
+    {"layout_version", kFieldVersion, 11, 0, kWhenAlways, nullptr},
+    {"current_alarmin", kFieldByte, 13, 0, kWhenAlways, nullptr},
+    {"alin_max", kFieldByte, 14, 0, kWhenAlways, nullptr},
+    {"alin_allen", kFieldByte, 15, 0, kWhenAlways, kSw},
+    {"alarmin_enable", kFieldByte, 16, 0, kWhenAlways, kSw},
+    {"alarmin_type", kFieldByte, 17, 0, kWhenAlways, kInputTypeCodes},
+    {"alarmin_priority", kFieldByte, 18, 0, kWhenAlways, nullptr},
+    {"alarmin_act", kFieldByte, 19, 0, kWhenAlways, kAct},
+    {"alarmin_actno", kFieldByte, 20, 0, kWhenAlways, nullptr},
+    {"alarmin_relay", kFieldByte, 21, 0, kWhenAlways, kRelayCodes},
+    {"alarmin_record", kFieldByte, 22, 0, kWhenAlways, kSw},
+    {"alarmin_email", kFieldByte, 23, 0, kWhenAlways, kSw},
+    {"current_alarmout", kFieldByte, 24, 0, kWhenAlways, nullptr},
+    {"alout_max", kFieldByte, 25, 0, kWhenAlways, nullptr},
+    {"alout_allen", kFieldByte, 26, 0, kWhenAlways, kSw},
+    {"alarmout_enable", kFieldByte, 27, 0, kWhenAlways, kSw},
+    {"alarmout_dwell", kFieldByte, 28, 0, kWhenAlways, nullptr},
+    {"alarmout_linkage", kFieldByte, 29, 0, kWhenAlways, kLinkageCodes},
+};
+
+const FieldSpec kPresetFields[] = {
+    {"layout_version", kFieldVersion, 11, 0, kWhenAlways, nullptr},
+    {"home", kFieldByte, 13, 0, kWhenAlways, nullptr},
+    {"md_first", kFieldByte, 14, 0, kWhenAlways, nullptr},
+    {"presetmax", kFieldByte, 15, 0, kWhenAlways, nullptr},
+    {"preset_enable", kFieldByte, 16, 0, kWhenAlways, kSw},
+    {"current_preset", kFieldByte, 17, 0, kWhenAlways, nullptr},
+    {"preset_dwell", kFieldByte, 18, 0, kWhenAlways, nullptr},
+    {"preset_group", kFieldByte, 19, 0, kWhenAlways, nullptr},
+    {"preset_name", kFieldLine, 20, 10, kWhenAlways, nullptr},
 };
 
 // Device information bytes that choose the layout from byte 128 on.
@@ -120,6 +167,14 @@ constexpr size_t kMotionVersionMajor = 16;
 
 uint32_t read_le32(const uint8_t* p) {
   return read_le16(p) | static_cast<uint32_t>(read_le16(p + 2)) << 16;
+}
+
+// The camera's sectioned-file reader keeps a value's line end, and its writer drops one
+// CR or LF before it writes the value back: neither belongs to the value.
+void strip_line_end(char* text) {
+  size_t length = strlen(text);
+  if (length > 0 && (text[length - 1] == '\n' || text[length - 1] == '\r'))
+    text[length - 1] = 0;
 }
 
 void decode_field(const FieldSpec& field_layout, const uint8_t* reply, FieldValue* value) {
@@ -138,8 +193,11 @@ void decode_field(const FieldSpec& field_layout, const uint8_t* reply, FieldValu
       value->number = read_le32(p);
       break;
     case kFieldText:
+    case kFieldLine:
       memcpy(value->text, p, field_layout.width);
       value->text[field_layout.width] = 0;
+      if (field_layout.kind == kFieldLine)
+        strip_line_end(value->text);
       break;
     case kFieldMac:
       snprintf(value->text, sizeof(value->text), "%02x:%02x:%02x:%02x:%02x:%02x", p[5], p[4], p[3],
@@ -196,6 +254,44 @@ int decode_motion_reply(const uint8_t* reply, size_t length, DecodedReply* out) 
   decode_table(kMotionFields, sizeof(kMotionFields) / sizeof(kMotionFields[0]), present, reply,
                out);
   return 0;
+}
+
+// The alarm link and preset replies: a bare 32-byte header, every field always there.
+static int decode_bare_reply(const uint8_t* reply, size_t length, uint8_t sub,
+                             const FieldSpec* table, size_t rows, DecodedReply* out) {
+  if (length != kReplyHeaderSize || !is_reply(reply, length, sub))
+    return -1;
+  const bool present[] = {true, false, false, false, false, false};
+  decode_table(table, rows, present, reply, out);
+  return 0;
+}
+
+int decode_alarm_link_reply(const uint8_t* reply, size_t length, DecodedReply* out) {
+  return decode_bare_reply(reply, length, kReplyAlarmLink, kAlarmLinkFields,
+                           sizeof(kAlarmLinkFields) / sizeof(kAlarmLinkFields[0]), out);
+}
+
+int decode_preset_reply(const uint8_t* reply, size_t length, DecodedReply* out) {
+  return decode_bare_reply(reply, length, kReplyPreset, kPresetFields,
+                           sizeof(kPresetFields) / sizeof(kPresetFields[0]), out);
+}
+
+int decode_reply(const uint8_t* reply, size_t length, DecodedReply* out) {
+  using Decoder = int (*)(const uint8_t*, size_t, DecodedReply*);
+  static const struct {
+    uint8_t sub;
+    Decoder decode;
+  } kDecoders[] = {{kReplyDeviceInfo, decode_device_info},
+                   {kReplyMotion, decode_motion_reply},
+                   {kReplyAlarmLink, decode_alarm_link_reply},
+                   {kReplyPreset, decode_preset_reply}};
+  if (length < kReplyHeaderSize)
+    return -1;
+  for (const auto& row : kDecoders) {
+    if (row.sub == reply[kReplySub])
+      return row.decode(reply, length, out);
+  }
+  return -1;
 }
 
 const FieldValue* find_field(const DecodedReply& reply, const char* name) {

@@ -109,11 +109,17 @@ void fill_record(uint8_t type, uint8_t areas, uint8_t map_valid) {
   settings.motion_map_length = 4803;
   settings.md_max = 30;
   settings.manual.sens = 6;
+  settings.current_alarmout = 9;
+  settings.alarmin.act = 255;
+  settings.alarmout.linkage = 24;
+  settings.current_preset = 7;
+  strcpy(settings.preset.name, "ABCDEFGHIJK");  // one more than the reply holds
 }
 
 // Each case: the reply, then "name=value" words ("name=-": no such field).
 TEST(ReplyFields, FieldsFollowTheLayout) {
   const auto info = build_device_info_reply, motion = build_motion_reply;
+  const auto link = build_alarm_link_reply, preset = build_preset_reply;
   const struct {
     size_t (*build)(uint8_t*, uint16_t);
     uint8_t type, areas, map_valid;
@@ -124,6 +130,8 @@ TEST(ReplyFields, FieldsFollowTheLayout) {
        "alarm_in=- autorun_actno=-"},
       {motion, 1, 0, 0, "motion_map_valid=0 motion_map_length=0 md_max=-"},
       {motion, 2, 0, 1, "motion_map_length=4803 md_max=30 manual_sens=6"},
+      {link, 2, 0, 0, "current_alarmout=9 alarmin_act=255 alarmout_linkage=24 alarmout_dwell=0"},
+      {preset, 2, 0, 0, "current_preset=7 preset_name=ABCDEFGHIJ layout_version=1.00"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.fields);
@@ -131,9 +139,7 @@ TEST(ReplyFields, FieldsFollowTheLayout) {
     std::vector<uint8_t> buffer(kConnectionBufferSize);
     size_t length = c.build(buffer.data(), 0);
     DecodedReply reply;
-    ASSERT_EQ(
-        (c.build == info ? decode_device_info : decode_motion_reply)(buffer.data(), length, &reply),
-        0);
+    ASSERT_EQ(decode_reply(buffer.data(), length, &reply), 0);
     std::istringstream words(c.fields);
     for (std::string word; words >> word;) {
       std::string name = word.substr(0, word.find('='));
@@ -168,6 +174,28 @@ TEST(ReplyFields, RefusesDamagedReplies) {
   }
   DecodedReply out;
   EXPECT_EQ(decode_motion_reply(good.data(), length, &out), -1);
+  size_t preset = build_preset_reply(good.data(), 0);
+  EXPECT_EQ(decode_reply(good.data(), preset + 1, &out), -1);
+}
+
+// A name that reads as 0 must never be sent: the server takes 0 as "unchanged".
+TEST(ReplyFields, CodeNamesNeverSendZero) {
+  const struct {
+    const CodeName* codes;
+    const char* name;
+    int sent;       // -1: refused
+    int shown_for;  // the code printed with this name
+  } cases[] = {
+      {kSwitchCodes, "none", -1, 0},       {kActCodes, "none", 255, 0},
+      {kDirectionCodes, "none", 4, 0},     {kLinkageCodes, "none", -1, 0},
+      {kPoaActCodes, "last_action", 4, 4},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    uint8_t code = 0;
+    EXPECT_EQ(code_value(c.codes, c.name, &code) == 0 ? code : -1, c.sent);
+    EXPECT_STREQ(code_name(c.codes, c.shown_for), c.name);
+  }
 }
 
 }  // namespace

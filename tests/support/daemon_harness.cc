@@ -78,10 +78,12 @@ bool parse_stub_call(const std::string& line, StubCall* call) {
   return !call->program.empty();
 }
 
+}  // namespace
+
 // Spawns argv with stdin from /dev/null, stdout and stderr into the two files and no
 // other descriptor: the daemon starts as on a camera, and none of the test runner's
 // descriptors may reach it (or the camera programs it starts).
-pid_t spawn(std::vector<std::string> argv, const std::string& out, const std::string& err) {
+pid_t spawn_process(std::vector<std::string> argv, const std::string& out, const std::string& err) {
   std::vector<char*> args;
   for (std::string& s : argv)
     args.push_back(&s[0]);
@@ -97,8 +99,6 @@ pid_t spawn(std::vector<std::string> argv, const std::string& out, const std::st
   posix_spawn_file_actions_destroy(&actions);
   return failed == 0 ? pid : -1;
 }
-
-}  // namespace
 
 int64_t monotonic_ms() {
   return std::chrono::duration_cast<std::chrono::milliseconds>(
@@ -162,10 +162,10 @@ bool DaemonHarness::launch(const DaemonOptions& options) {
   root_ = pattern;
   port_ = options.port != 0 ? options.port : free_tcp_port();
   std::string log = root_ + "/make-sandbox.log";
-  pid_t child = spawn({"/bin/bash", CAMRCD_SOURCE_DIR "/tools/make-sandbox", root_, "--type",
-                       std::to_string(options.camera_type), "--port", std::to_string(port_),
-                       "--camstub", CAMRCD_BINARY_DIR "/camstub"},
-                      log, log + ".err");
+  pid_t child = spawn_process({"/bin/bash", CAMRCD_SOURCE_DIR "/tools/make-sandbox", root_,
+                               "--type", std::to_string(options.camera_type), "--port",
+                               std::to_string(port_), "--camstub", CAMRCD_BINARY_DIR "/camstub"},
+                              log, log + ".err");
   int status = 0;
   if (child < 0 || waitpid(child, &status, 0) != child || status != 0) {
     error_ = "make-sandbox failed: " + read_file(log + ".err");
@@ -185,7 +185,7 @@ bool DaemonHarness::launch(const DaemonOptions& options) {
                            "PATH=" + root_ + "/bin:" + (path != nullptr ? path : "/usr/bin:/bin"),
                            CAMRCD_BINARY_DIR "/camrcd"});
   argv.insert(argv.end(), options.arguments.begin(), options.arguments.end());
-  pid_ = spawn(argv, root_ + "/daemon.out", root_ + "/daemon.err");
+  pid_ = spawn_process(argv, root_ + "/daemon.out", root_ + "/daemon.err");
   bool ended = pid_ < 0, listening = !options.wait_for_listen;
   if (!ended && !listening)
     listening = wait_until(kDaemonStartMs, [&] {

@@ -80,6 +80,10 @@ class DaemonHarness {
 int listening_socket(uint16_t* port);
 uint16_t free_tcp_port();
 
+// Starts argv[0] (a path) with stdin from /dev/null, stdout and stderr into the two
+// files and no other descriptor. Its pid, or -1.
+pid_t spawn_process(std::vector<std::string> argv, const std::string& out, const std::string& err);
+
 // Milliseconds of a monotonic clock.
 int64_t monotonic_ms();
 

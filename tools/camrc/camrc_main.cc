@@ -1,7 +1,10 @@
-// camrc: the command-line client of the control port. The command line is turned
-// into a plan (request header, optional payload, the reply to expect) before any
-// connection is made, so a usage error never reaches the server; then the plan runs
-// over one logged-in connection, which ends with a close request.
+// camrc: the command-line client of the control port. The command line is read against
+// the command table before any connection is made, so a malformed command never
+// reaches the server. Every command then reads the device information first: the
+// device type decides which commands and options the camera serves. A write whose
+// options the server would take even when omitted reads the current values next and
+// sends them. Reads and the final close share a connection; a write goes first on a
+// fresh one (camrc_session.h tells why).
 #include <stdio.h>
 #include <string.h>
 #include <unistd.h>
@@ -9,9 +12,9 @@
 #include <string>
 #include <vector>
 
+#include "camrc_commands.h"
 #include "camrc_output.h"
 #include "camrc_session.h"
-#include "camrc_writes.h"
 #include "client/client_request.h"
 #include "client/reply_fields.h"
 #include "control/replies.h"
@@ -22,84 +25,40 @@
 namespace camrcd {
 namespace {
 
-enum ReplyKind { kExpectNone, kExpectInfo, kExpectMotion, kExpectClose };
-
-struct Plan {
-  RequestHeader header;
-  ReplyKind expect = kExpectNone;
-  bool json = false;
-  const char* map_out = nullptr;  // motion get: where the block map goes
-  std::vector<uint8_t> payload;   // motion set: the block map and its trailer
-};
+// A preset read moves the camera before the daemon replies.
+constexpr int kPresetReadMs = 10000;
 
 const char kUsage[] =
     "usage: camrc [--host H] [--port P] --user U (--password P | --password-file F)\n"
     "             COMMAND [ARGS...]\n"
-    "  --host H          server name or address (default 127.0.0.1)\n"
-    "  --port P          control port (default 9001)\n"
-    "  --password-file F the password is the first line of F\n"
+    "  --host H            server name or address (default 127.0.0.1)\n"
+    "  --port P            control port, 1 to 65535 (default 9001)\n"
+    "  --user U            a user of the camera's user list\n"
+    "  --password P        the user's password\n"
+    "  --password-file F   the password is the first line of F\n"
+    "\n"
+    "Every command first reads the device information. An option left out leaves its\n"
+    "setting unchanged: camrc sends 0, which the camera takes as unchanged, or, where the\n"
+    "camera takes the value even when 0, the current value it reads first.\n"
+    "Numbers are decimal or 0x hexadecimal; on/off switches are sent as 2/1.\n"
+    "\n"
     "commands:\n"
-    "  info [--json]                      print the device information\n"
     "  reload [--json] [--bits N] [GROUP...]\n"
-    "                                     reload groups (video mpeg jpeg osd privacy\n"
-    "                                     camcontrol1 camcontrol2 alarm autorun), print\n"
-    "                                     the device information\n"
-    "  motion get [--json] [--area N] [--map FILE]\n"
-    "                                     print the motion settings; FILE receives the\n"
-    "                                     4801-byte block map\n"
-    "  motion set --map FILE [--valid N] [--flags N] [--area N]\n"
-    "                                     send a 4801-byte block map (pan/tilt cameras\n"
-    "                                     save it only with --area)\n"
-    "  close                              send the close request\n"
-    "write commands (an option not given leaves its setting unchanged):\n";
+    "      reload groups (video mpeg jpeg osd privacy camcontrol1 camcontrol2 alarm\n"
+    "      autorun) and print the device information\n"
+    "  close\n"
+    "      send the close request alone\n";
 
 const char kExitStatuses[] =
-    "  --resolution: 1 quadvga+vga, 2 vga+vga, 3 vga+qvga; alarm --mode: 1, 128, 64 or 192\n"
-    "  numbers are decimal or 0x hexadecimal\n"
+    "\n"
     "exit status: 0 success, 2 usage error, 3 connection refused or unreachable,\n"
-    "  4 login refused, 5 the server ended the connection before its reply,\n"
-    "  6 bad reply or none in time\n";
+    "  4 login refused, 5 the daemon ended the connection before serving the request\n"
+    "  (it serves five clients at once), 6 bad reply or none in time, 7 the camera's\n"
+    "  device type does not serve the command\n";
 
 int usage_error(const std::string& message) {
   console_error("camrc: %s (camrc --help tells more)\n", message.c_str());
   return kCamrcUsage;
-}
-
-// Removes "--name" from argv; true when it was there.
-bool take_flag(int* argc, char** argv, const char* name) {
-  for (int i = 0; i < *argc; i++) {
-    if (strcmp(argv[i], name) == 0) {
-      memmove(argv + i, argv + i + 1, sizeof(char*) * (*argc - i - 1));
-      --*argc;
-      return true;
-    }
-  }
-  return false;
-}
-
-// Removes "--name VALUE" from argv into *value. -1 when the value is missing.
-int take_value(int* argc, char** argv, const char* name, const char** value) {
-  for (int i = 0; i < *argc; i++) {
-    if (strcmp(argv[i], name) != 0)
-      continue;
-    if (i + 1 >= *argc)
-      return -1;
-    *value = argv[i + 1];
-    memmove(argv + i, argv + i + 2, sizeof(char*) * (*argc - i - 2));
-    *argc -= 2;
-    return 0;
-  }
-  return 0;
-}
-
-int prepare_info(int argc, char** argv, Plan* plan) {
-  plan->json = take_flag(&argc, argv, "--json");
-  if (argc > 0)
-    return usage_error(std::string("info: unexpected \"") + argv[0] + "\"");
-  plan->header = make_request(kClassInformation, kSubDeviceInfo);
-  request_set_version(&plan->header, 6, 1, 0);
-  plan->expect = kExpectInfo;
-  return kCamrcOk;
 }
 
 struct ReloadGroup {
@@ -125,121 +84,132 @@ bool reload_bits_valid(uint32_t bits) {
   return (bits & 0xEC00) == 0 && (bits >> 8) != kClassInformation;
 }
 
-int prepare_reload(int argc, char** argv, Plan* plan) {
-  plan->json = take_flag(&argc, argv, "--json");
-  const char* raw = nullptr;
+int prepare_reload(int argc, char** argv, RequestHeader* header, bool* json) {
   uint32_t bits = 0;
-  if (take_value(&argc, argv, "--bits", &raw) != 0 ||
-      (raw != nullptr && parse_number(raw, 0xFFFF, &bits) != 0))
-    return usage_error("reload --bits: expected a number such as 0x0005");
   for (int i = 0; i < argc; i++) {
-    const ReloadGroup* found = nullptr;
-    for (const ReloadGroup& group : kReloadGroups)
-      found = strcmp(group.name, argv[i]) == 0 ? &group : found;
-    if (found == nullptr)
-      return usage_error(std::string("reload: unknown group \"") + argv[i] + "\"");
-    bits |= found->bit;
+    if (strcmp(argv[i], "--json") == 0) {
+      *json = true;
+    } else if (strcmp(argv[i], "--bits") == 0) {
+      uint32_t more = 0;
+      if (i + 1 >= argc || parse_number(argv[++i], 0xFFFF, &more) != 0)
+        return usage_error("reload --bits: expected a number such as 0x0005");
+      bits |= more;
+    } else {
+      const ReloadGroup* found = nullptr;
+      for (const ReloadGroup& group : kReloadGroups)
+        found = strcmp(group.name, argv[i]) == 0 ? &group : found;
+      if (found == nullptr)
+        return usage_error(std::string("reload: unknown group \"") + argv[i] + "\"");
+      bits |= found->bit;
+    }
   }
   if (!reload_bits_valid(bits))
     return usage_error(
         "reload: the server answers only bits within 0x13FF whose high byte is not 0x10");
-  plan->header = make_reload_request(static_cast<uint16_t>(bits));
-  plan->expect = kExpectInfo;
+  *header = make_reload_request(static_cast<uint16_t>(bits));
   return kCamrcOk;
-}
-
-int prepare_close(int argc, char** argv, Plan* plan) {
-  if (argc > 0)
-    return usage_error(std::string("close: unexpected \"") + argv[0] + "\"");
-  plan->header = make_request(kClassInformation, kSubClose);
-  plan->expect = kExpectClose;
-  return kCamrcOk;
-}
-
-// Reads a block map file of exactly kMotionBlockMapSize bytes into the payload and
-// adds the trailer.
-int read_map_file(const char* path, std::vector<uint8_t>* payload) {
-  FILE* file = fopen(path, "rbe");
-  if (file == nullptr)
-    return usage_error(std::string("motion set: cannot open \"") + path + "\"");
-  payload->assign(kMotionBlockMapSize + 1, 0);
-  size_t got = fread(payload->data(), 1, payload->size(), file);
-  fclose(file);
-  if (got != kMotionBlockMapSize)
-    return usage_error(std::string("motion set: \"") + path + "\" is not a 4801-byte map");
-  payload->back() = kTrailerFirst;
-  payload->push_back(kTrailerSecond);
-  return kCamrcOk;
-}
-
-int prepare_motion(int argc, char** argv, Plan* plan) {
-  if (argc < 1 || (strcmp(argv[0], "get") != 0 && strcmp(argv[0], "set") != 0))
-    return usage_error("motion: expected get or set");
-  bool get = strcmp(argv[0], "get") == 0;
-  argc--, argv++;
-  const char* map = nullptr;
-  if (take_value(&argc, argv, "--map", &map) != 0)
-    return usage_error("motion: --map needs a file name");
-  if (get) {
-    plan->json = take_flag(&argc, argv, "--json");
-    bool area = false;
-    for (int i = 0; i < argc; i++)
-      area = area || strcmp(argv[i], "--area") == 0;
-    plan->header = make_request(kClassInformation, kSubMotionRead);
-    if (parse_write_options(kMotionGetOptions, argc, argv, &plan->header) != 0)
-      return kCamrcUsage;
-    if (area)  // with version 0 the server reads area set 1, whatever byte 8 holds
-      request_set_version(&plan->header, 6, 1, 0);
-    plan->map_out = map;
-    plan->expect = kExpectMotion;
-    return kCamrcOk;
-  }
-  if (map == nullptr)
-    return usage_error("motion set: --map FILE is required");
-  plan->header = make_request(kClassEvent, kSubMotionWrite);
-  if (parse_write_options(kMotionSetOptions, argc, argv, &plan->header) != 0)
-    return kCamrcUsage;
-  int status = read_map_file(map, &plan->payload);
-  if (status != kCamrcOk)
-    return status;
-  request_set_u16(&plan->header, 6, static_cast<uint16_t>(plan->payload.size()));
-  request_set_version(&plan->header, 8, 1, 0);
-  return kCamrcOk;
-}
-
-int prepare_write(const WriteCommand& command, int argc, char** argv, Plan* plan) {
-  const RequestKind* kind = find_request_kind(command.request);
-  plan->header = make_request(kind->command_class, kind->sub);
-  return parse_write_options(command, argc, argv, &plan->header) == 0 ? kCamrcOk : kCamrcUsage;
-}
-
-using PrepareFn = int (*)(int argc, char** argv, Plan* plan);
-
-struct CommandRow {
-  const char* name;
-  PrepareFn prepare;
-};
-
-const CommandRow kCommands[] = {
-    {"info", prepare_info},
-    {"reload", prepare_reload},
-    {"close", prepare_close},
-    {"motion", prepare_motion},
-};
-
-int prepare(const char* name, int argc, char** argv, Plan* plan) {
-  for (const CommandRow& row : kCommands) {
-    if (strcmp(row.name, name) == 0)
-      return row.prepare(argc, argv, plan);
-  }
-  if (const WriteCommand* command = find_write_command(name))
-    return prepare_write(*command, argc, argv, plan);
-  return usage_error(std::string("unknown command \"") + name + "\"");
 }
 
 void print_fields(const DecodedReply& fields, bool json) {
   std::string text = json ? format_fields_json(fields) : format_fields_text(fields);
   console_print("%s", text.c_str());
+}
+
+// Sends a read request and decodes its reply, which answers the request's sub-command
+// (a reload request's reply is the device information): kCamrcOk, or the exit status
+// after printing why.
+int read_decoded(Session* session, const RequestHeader& request, const char* what, Reply* reply,
+                 DecodedReply* fields, int timeout_ms = kClientTimeoutMs) {
+  bool information = request.bytes[kRequestClass] == kClassInformation;
+  uint8_t answer = information ? request.bytes[kRequestSub] + 1 : kReplyDeviceInfo;
+  int status = session_read(session, request, reply, what, timeout_ms);
+  if (status == kCamrcOk && (reply->bytes[kReplySub] != answer ||
+                             decode_reply(reply->bytes, reply->length, fields) != 0)) {
+    console_error("camrc: %s: not a reply of this protocol\n", what);
+    status = kCamrcBadReply;
+  }
+  return status;
+}
+
+const char* type_words(uint8_t device_type) {
+  return device_type == 1 ? "a fixed camera" : device_type == 2 ? "a pan/tilt camera" : "a camera";
+}
+
+// Reads the current values for a write: the alarm link read of its input and output,
+// the preset read of the default position, or the motion read of its area (area 1 on
+// a fixed camera).
+int read_current(Session* session, CurrentRead current, uint8_t device_type,
+                 const RequestHeader& write, Reply* reply, DecodedReply* fields) {
+  RequestHeader read;
+  const char* what = "alarm link reply";
+  if (current == kCurrentAlarmLink) {
+    read = make_request(kClassInformation, kSubAlarmLinkRead);
+    request_set_byte(&read, 8, write.bytes[7]);
+    request_set_byte(&read, 9, write.bytes[17]);
+  } else if (current == kCurrentPresets) {
+    what = "preset reply";
+    read = make_request(kClassInformation, kSubPresetRead);
+    request_set_version(&read, 6, 1, 0);
+    request_set_byte(&read, 8, 255);  // the one preset whose read does not move the camera
+  } else {
+    what = "motion reply";
+    read = make_request(kClassInformation, kSubMotionRead);
+    if (device_type != 1) {  // with version 0 the daemon reads area 1
+      request_set_version(&read, 6, 1, 0);
+      request_set_byte(&read, 8, write.bytes[12]);
+    }
+  }
+  return read_decoded(session, read, what, reply, fields);
+}
+
+uint32_t field_number(const DecodedReply& fields, const char* name) {
+  const FieldValue* field = find_field(fields, name);
+  return field != nullptr ? field->number : 0;
+}
+
+// The MPEG rate fields change meaning with the rate control: with CBR on the rate is
+// the frame rate (+1) and the bit rate counts, with CBR off the rate is the quality and
+// the bit rate shows as 0. The other mode's values cannot be read, so a switch of the
+// rate control needs them given.
+int check_rate_control(const ParsedCommand& parsed, const DecodedReply& info) {
+  const char* cbr = given_value(parsed, "--cbr");
+  uint8_t code_now = static_cast<uint8_t>(field_number(info, "mpeg_cbr")), code = code_now;
+  if (cbr != nullptr)
+    code_value(kSwitchCodes, cbr, &code);
+  std::string command = parsed.spec->name;
+  if (code != 2 && given_value(parsed, "--bitrate") != nullptr)
+    return usage_error(command + " --bitrate: the camera takes a bit rate only with CBR on");
+  if (code == 2 && code_now != 2 && given_value(parsed, "--bitrate") == nullptr)
+    return usage_error(command +
+                       " --cbr on needs --bitrate: the camera shows no bit rate while CBR is off");
+  if (code != code_now && given_value(parsed, "--rate") == nullptr)
+    return usage_error(command + " --cbr " + cbr +
+                       " needs --rate: it is the frame rate with CBR on and the quality with CBR "
+                       "off, and the camera shows only the one in use");
+  return kCamrcOk;
+}
+
+// A map file of exactly kMotionBlockMapSize bytes, or the map of the current motion
+// reply, then the trailer.
+int motion_payload(const ParsedCommand& parsed, const Reply& current,
+                   std::vector<uint8_t>* payload) {
+  const char* path = given_value(parsed, "--map");
+  payload->assign(kMotionBlockMapSize + 1, 0);
+  if (path == nullptr) {
+    if (current.length != kMotionReplySize)
+      return usage_error("motion set: the camera sent no block map to keep; give --map FILE");
+    memcpy(payload->data(), current.bytes + kReplyPayload, kMotionBlockMapSize);
+  } else {
+    FILE* file = fopen(path, "rbe");
+    size_t got = file != nullptr ? fread(payload->data(), 1, payload->size(), file) : 0;
+    if (file != nullptr)
+      fclose(file);
+    if (got != kMotionBlockMapSize)
+      return usage_error(std::string("motion set: \"") + path + "\" is not a 4801-byte map file");
+  }
+  payload->back() = kTrailerFirst;
+  payload->push_back(kTrailerSecond);
+  return kCamrcOk;
 }
 
 int write_map_file(const char* path, const Reply& reply) {
@@ -259,48 +229,106 @@ int write_map_file(const char* path, const Reply& reply) {
   return kCamrcOk;
 }
 
-// Reads and prints the reply the plan expects.
-int take_reply(int socket, const Plan& plan) {
+// Sends the read request and prints its reply.
+int run_read(Session* session, const ParsedCommand& parsed, const RequestHeader& header) {
   Reply reply;
-  const char* what = plan.expect == kExpectMotion  ? "motion reply"
-                     : plan.expect == kExpectClose ? "close reply"
-                                                   : "device information reply";
-  int status = receive_reply(socket, &reply, what);
+  DecodedReply fields;
+  bool preset = header.bytes[kRequestSub] == kSubPresetRead;
+  int status = read_decoded(session, header, "reply", &reply, &fields,
+                            preset ? kPresetReadMs : kClientTimeoutMs);
   if (status != kCamrcOk)
     return status;
-  if (plan.expect == kExpectClose) {
-    bool closed = reply.length == kReplyHeaderSize && reply.bytes[kReplySub] == kReplyClose;
-    if (closed)
-      console_print("closed\n");
-    return closed ? kCamrcOk : session_failure(kClientBadReply, what);
+  print_fields(fields, parsed.json);
+  const char* map = given_value(parsed, "--map");
+  return map != nullptr ? write_map_file(map, reply) : kCamrcOk;
+}
+
+// Everything after the device information: checks, current values, the request.
+int run_after_info(Session* session, const ParsedCommand& parsed, const DecodedReply& info) {
+  const CommandSpec& spec = *parsed.spec;
+  uint8_t type = static_cast<uint8_t>(field_number(info, "device_type"));
+  if ((spec.types & type_bit(type)) == 0) {
+    console_error("camrc: %s: the camera is %s (device type %u), which does not serve it\n",
+                  spec.name, type_words(type), type);
+    return kCamrcNotServed;
   }
+  RequestHeader header;
+  int built = build_request(parsed, type, spec.current == kCurrentInfo ? &info : nullptr, &header);
+  if (built != 0)
+    return built == -2 ? kCamrcNotServed : kCamrcUsage;
+  Reply current_reply;
+  DecodedReply current_fields;
+  if (spec.current != kCurrentNone && spec.current != kCurrentInfo) {
+    int status = read_current(session, spec.current, type, header, &current_reply, &current_fields);
+    if (status != kCamrcOk)
+      return status;
+    build_request(parsed, type, &current_fields, &header);
+  }
+  const RequestKind* kind = find_request_kind(spec.request);
+  if (kind->answered)
+    return run_read(session, parsed, header);
+
+  std::vector<uint8_t> payload;
+  bool restarts_streams = kind->command_class == kClassStream && kind->sub != kSubAutorun;
+  if (strcmp(spec.name, "video") == 0 &&
+      header.bytes[4] == field_number(info, "video_resolution")) {
+    // The daemon ends the connection at once on a resolution it already has.
+    console_error("camrc: video: the resolution is already %u; nothing sent\n", header.bytes[4]);
+    return kCamrcOk;
+  }
+  bool rate_control = false;
+  for (size_t k = 0; k < kMaxOptions && spec.options[k].name != nullptr; k++)
+    rate_control = rate_control || strcmp(spec.options[k].name, "--bitrate") == 0;
+  if (rate_control) {
+    int status = check_rate_control(parsed, info);
+    if (status != kCamrcOk)
+      return status;
+  }
+  if (kind->command_class == kClassEvent && kind->sub == kSubMotionWrite) {
+    int status = motion_payload(parsed, current_reply, &payload);
+    if (status != kCamrcOk)
+      return status;
+    request_set_u16(&header, 6, static_cast<uint16_t>(payload.size()));
+  }
+  return session_write(session, header, payload, restarts_streams);
+}
+
+int run_command(Session* session, const ParsedCommand& parsed) {
+  RequestHeader info_request = make_request(kClassInformation, kSubDeviceInfo);
+  request_set_version(&info_request, 6, 1, 0);
+  Reply info;
   DecodedReply fields;
-  int decoded = plan.expect == kExpectMotion
-                    ? decode_motion_reply(reply.bytes, reply.length, &fields)
-                    : decode_device_info(reply.bytes, reply.length, &fields);
-  if (decoded != 0)
-    return session_failure(kClientBadReply, what);
-  print_fields(fields, plan.json);
-  if (plan.map_out != nullptr)
-    status = write_map_file(plan.map_out, reply);
-  finish_after_read(socket);
+  int status = read_decoded(session, info_request, "device information", &info, &fields);
+  if (status != kCamrcOk)
+    return status;
+  if (strcmp(parsed.spec->name, "info") == 0) {
+    print_fields(fields, parsed.json);
+    return kCamrcOk;
+  }
+  return run_after_info(session, parsed, fields);
+}
+
+int run_reload(Session* session, const RequestHeader& header, bool json) {
+  Reply reply;
+  DecodedReply fields;
+  int status = read_decoded(session, header, "device information", &reply, &fields);
+  if (status == kCamrcOk)
+    print_fields(fields, json);
   return status;
 }
 
-int run_plan(const SessionTarget& target, const Plan& plan) {
-  int socket = -1;
-  int status = open_session(target, &socket);
+int run_close(Session* session) {
+  Reply reply;
+  int status = session_read(session, make_request(kClassInformation, kSubClose), &reply, "close");
+  session_drop(session);
   if (status != kCamrcOk)
     return status;
-  int32_t code = send_request(socket, plan.header, plan.payload.data(), plan.payload.size());
-  if (code != 0)
-    status = session_failure(code, "request");
-  else if (plan.expect == kExpectNone)
-    status = finish_after_write(socket);
-  else
-    status = take_reply(socket, plan);
-  close(socket);
-  return status;
+  if (reply.length != kReplyHeaderSize || reply.bytes[kReplySub] != kReplyClose) {
+    console_error("camrc: close: the answer is not the close reply\n");
+    return kCamrcBadReply;
+  }
+  console_print("closed\n");
+  return kCamrcOk;
 }
 
 int read_password_file(const char* path, std::string* password) {
@@ -317,9 +345,7 @@ int read_password_file(const char* path, std::string* password) {
 }
 
 int print_help() {
-  console_print("%s", kUsage);
-  print_write_usage();
-  console_print("%s", kExitStatuses);
+  console_print("%s%s%s", kUsage, commands_help().c_str(), kExitStatuses);
   return kCamrcOk;
 }
 
@@ -358,8 +384,23 @@ int camrc_main(int argc, char** argv) {
     return usage_error("--user is required");
   if ((target.password == nullptr) == (password_file == nullptr))
     return usage_error("give one of --password and --password-file");
-  Plan plan;
-  int status = prepare(argv[i], argc - i - 1, argv + i + 1, &plan);
+
+  int words = 0;
+  const CommandSpec* spec = find_command(argc - i, argv + i, &words);
+  ParsedCommand parsed;
+  RequestHeader reload;
+  bool reload_json = false;
+  int status = kCamrcOk;
+  if (spec != nullptr) {
+    status = parse_command(*spec, argc - i - words, argv + i + words, &parsed) == 0 ? kCamrcOk
+                                                                                    : kCamrcUsage;
+  } else if (strcmp(argv[i], "reload") == 0) {
+    status = prepare_reload(argc - i - 1, argv + i + 1, &reload, &reload_json);
+  } else if (strcmp(argv[i], "close") != 0) {
+    return usage_error(std::string("unknown command \"") + argv[i] + "\"");
+  } else if (argc - i > 1) {
+    return usage_error(std::string("close: unexpected \"") + argv[i + 1] + "\"");
+  }
   if (status != kCamrcOk)
     return status;
   std::string password;
@@ -368,7 +409,16 @@ int camrc_main(int argc, char** argv) {
       return status;
     target.password = password.c_str();
   }
-  return run_plan(target, plan);
+  Session session;
+  session.target = target;
+  if (spec != nullptr)
+    status = run_command(&session, parsed);
+  else if (strcmp(argv[i], "reload") == 0)
+    status = run_reload(&session, reload, reload_json);
+  else
+    return run_close(&session);
+  session_end(&session);
+  return status;
 }
 
 }  // namespace

@@ -18,6 +18,7 @@ std::string field_value(const FieldValue& field, bool* is_string) {
   *is_string = true;
   switch (field.field_layout->kind) {
     case kFieldText:
+    case kFieldLine:
     case kFieldMac:
     case kFieldVersion:
       return field.text;
