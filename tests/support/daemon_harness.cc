@@ -98,7 +98,27 @@ pid_t spawn(std::vector<std::string> argv, const std::string& out, const std::st
   return failed == 0 ? pid : -1;
 }
 
+// Word size, byte order and machine of an ELF file ("" when it is none).
+std::string elf_machine(const std::string& path) {
+  std::string head = read_file(path).substr(0, 20);
+  return head.size() == 20 && head.compare(0, 4,
+                                           "\x7f"
+                                           "ELF") == 0
+             ? head.substr(4, 2) + head.substr(18, 2)
+             : "";
+}
+
 }  // namespace
+
+std::vector<std::string> target_command(const std::string& program) {
+  static const std::string own = elf_machine("/proc/self/exe");
+  if (own.empty() || elf_machine(program) != own)
+    return {};
+  std::vector<std::string> words = split(CAMRCD_EMULATOR, " ");
+  words.erase(std::remove(words.begin(), words.end(), ""), words.end());
+  words.push_back(program);
+  return words;
+}
 
 int64_t monotonic_ms() {
   return std::chrono::duration_cast<std::chrono::milliseconds>(
@@ -161,11 +181,16 @@ bool DaemonHarness::launch(const DaemonOptions& options) {
     return false;
   root_ = pattern;
   port_ = options.port != 0 ? options.port : free_tcp_port();
-  std::string log = root_ + "/make-sandbox.log";
-  pid_t child = spawn({"/bin/bash", CAMRCD_SOURCE_DIR "/tools/make-sandbox", root_, "--type",
-                       std::to_string(options.camera_type), "--port", std::to_string(port_),
-                       "--camstub", CAMRCD_BINARY_DIR "/camstub"},
-                      log, log + ".err");
+  std::string log = root_ + "/make-sandbox.log", stub = root_ + "/camstub";
+  std::vector<std::string> daemon = target_command(CAMRCD_BINARY_DIR "/camrcd");
+  if (daemon.empty() || !install_stub(stub)) {
+    error_ = "camrcd or camstub is not built for the machine these tests run on";
+    return false;
+  }
+  pid_t child = spawn(
+      {"/bin/bash", CAMRCD_SOURCE_DIR "/tools/make-sandbox", root_, "--type",
+       std::to_string(options.camera_type), "--port", std::to_string(port_), "--camstub", stub},
+      log, log + ".err");
   int status = 0;
   if (child < 0 || waitpid(child, &status, 0) != child || status != 0) {
     error_ = "make-sandbox failed: " + read_file(log + ".err");
@@ -182,8 +207,8 @@ bool DaemonHarness::launch(const DaemonOptions& options) {
     argv = {"/usr/bin/setpriv", "--pdeathsig", "KILL", "--"};
   const char* path = getenv("PATH");  // env(1) sets the variables and runs the daemon
   argv.insert(argv.end(), {"/usr/bin/env", "CAMRCD_ROOT=" + root_,
-                           "PATH=" + root_ + "/bin:" + (path != nullptr ? path : "/usr/bin:/bin"),
-                           CAMRCD_BINARY_DIR "/camrcd"});
+                           "PATH=" + root_ + "/bin:" + (path != nullptr ? path : "/usr/bin:/bin")});
+  argv.insert(argv.end(), daemon.begin(), daemon.end());
   argv.insert(argv.end(), options.arguments.begin(), options.arguments.end());
   pid_ = spawn(argv, root_ + "/daemon.out", root_ + "/daemon.err");
   bool ended = pid_ < 0, listening = !options.wait_for_listen;
@@ -303,11 +328,21 @@ bool wait_for_ended(const DaemonHarness& daemon, size_t count, int timeout_ms) {
 }
 
 bool install_stub(const std::string& path) {
+  std::vector<std::string> stub = target_command(CAMRCD_BINARY_DIR "/camstub");
   std::error_code error;
   std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
-  return std::filesystem::copy_file(CAMRCD_BINARY_DIR "/camstub", path,
-                                    std::filesystem::copy_options::overwrite_existing, error) &&
-         chmod(path.c_str(), 0755) == 0;
+  bool made = false;
+  if (stub.size() > 1) {  // the emulator's words, -0 with the name called by, camstub
+    std::string launcher = "#!/bin/sh\nexec";
+    stub.insert(stub.end() - 1, {"-0", "\"$0\""});
+    for (const std::string& word : stub)
+      launcher += " " + word;
+    made = write_text_file(path, launcher + " \"$@\"\n");
+  } else if (!stub.empty()) {
+    made = std::filesystem::copy_file(stub[0], path,
+                                      std::filesystem::copy_options::overwrite_existing, error);
+  }
+  return made && chmod(path.c_str(), 0755) == 0;
 }
 
 std::vector<StubCall> read_stub_calls(const std::string& root) {
