@@ -38,6 +38,7 @@ const char kUsage[] =
     "  --host H          server name or address (default 127.0.0.1)\n"
     "  --port P          control port (default 9001)\n"
     "  --password-file F the password is the first line of F\n"
+    "  --version         print camrc's version\n"
     "commands:\n"
     "  info [--json]                      print the device information\n"
     "  reload [--json] [--bits N] [GROUP...]\n"
@@ -339,6 +340,10 @@ int camrc_main(int argc, char** argv) {
   for (; i < argc && argv[i][0] == '-'; i += 2) {
     if (strcmp(argv[i], "--help") == 0 || strcmp(argv[i], "-h") == 0)
       return print_help();
+    if (strcmp(argv[i], "--version") == 0) {
+      console_print("camrc %s\n", CAMRCD_VERSION);  // the project version, set in CMake
+      return kCamrcOk;
+    }
     const char** slot = nullptr;
     for (const auto& option : options)
       slot = strcmp(option.name, argv[i]) == 0 ? option.slot : slot;
