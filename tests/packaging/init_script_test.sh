@@ -33,7 +33,7 @@ trap cleanup EXIT
 
 port=0
 for try in 1 2 3 4 5 6 7 8 9 10; do
-  candidate=$((20000 + (RANDOM % 20000)))
+  candidate=$((20000 + (RANDOM % 12000)))  # below the ephemeral ports
   if ! (exec 3<>/dev/tcp/127.0.0.1/$candidate) 2>/dev/null; then
     port=$candidate
     break

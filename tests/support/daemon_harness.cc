@@ -100,12 +100,10 @@ pid_t spawn(std::vector<std::string> argv, const std::string& out, const std::st
 
 // Word size, byte order and machine of an ELF file ("" when it is none).
 std::string elf_machine(const std::string& path) {
-  std::string head = read_file(path).substr(0, 20);
-  return head.size() == 20 && head.compare(0, 4,
-                                           "\x7f"
-                                           "ELF") == 0
-             ? head.substr(4, 2) + head.substr(18, 2)
-             : "";
+  std::string head(20, '\0');
+  if (!std::ifstream(path, std::ios::binary).read(&head[0], 20) || head.compare(0, 4, "\177ELF"))
+    return "";
+  return head.substr(4, 2) + head.substr(18, 2);
 }
 
 }  // namespace
@@ -159,7 +157,16 @@ bool write_text_file(const std::string& path, const std::string& text) {
 }
 
 DaemonHarness::DaemonHarness(const DaemonOptions& options) {
-  ok_ = launch(options);
+  // A port found free may be taken (by any outgoing connection on the machine) before
+  // the daemon binds it, the likelier the slower the daemon starts (under an emulator):
+  // a port the harness chose is then chosen again, with a fresh sandbox.
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    ok_ = launch(options);
+    if (ok_ || options.port != 0 || output().find("Bind A fail") == std::string::npos)
+      break;
+    std::error_code ignored;
+    std::filesystem::remove_all(root_, ignored);
+  }
 }
 
 DaemonHarness::~DaemonHarness() {
