@@ -19,7 +19,7 @@ if(NOT EXISTS ${CAMRCD_GOOGLETEST_SOURCE}/CMakeLists.txt)
   message(FATAL_ERROR "no GoogleTest sources in ${CAMRCD_GOOGLETEST_SOURCE}: apt-get install googletest")
 endif()
 if(NOT EXISTS ${CAMRCD_OPENSSL_SOURCE}/Configure)
-  message(FATAL_ERROR "no OpenSSL sources in ${CAMRCD_OPENSSL_SOURCE}: run scripts/test --install-only --target ${CMAKE_SYSTEM_PROCESSOR}")
+  message(FATAL_ERROR "no OpenSSL sources in ${CAMRCD_OPENSSL_SOURCE}: run scripts/test --install-only --target ${CAMRCD_TARGET}")
 endif()
 
 set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)

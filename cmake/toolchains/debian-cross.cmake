@@ -1,8 +1,10 @@
-# Shared part of the cross toolchain files: Debian's cross compiler for CAMRCD_TRIPLE
-# (package g++-CAMRCD_TRIPLE) and qemu-user's CAMRCD_QEMU as the emulator that runs target
-# programs, with the target's library root /usr/CAMRCD_TRIPLE. Never falls back to the
-# host compiler: a missing compiler or emulator leaves its one-line reason in
-# CAMRCD_CROSS_MISSING, which the top CMakeLists.txt reports before any compiler is probed.
+# Shared part of the cross toolchain files, which set CAMRCD_TARGET (as scripts/test
+# --target spells it), CAMRCD_TRIPLE, CAMRCD_PROCESSOR and CAMRCD_QEMU: Debian's cross
+# compiler for CAMRCD_TRIPLE (package g++-CAMRCD_TRIPLE) and qemu-user's CAMRCD_QEMU as
+# the emulator that runs target programs, with the target's library root
+# /usr/CAMRCD_TRIPLE. Never falls back to the host compiler: a missing compiler or
+# emulator leaves its one-line reason in CAMRCD_CROSS_MISSING, which the top
+# CMakeLists.txt reports before any compiler is probed.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR ${CAMRCD_PROCESSOR})
 set(target_root /usr/${CAMRCD_TRIPLE})
