@@ -5,11 +5,11 @@
 #include "auth/user_list.h"
 
 #include <ctype.h>
-#include <stdlib.h>
 #include <string.h>
 
 #include "auth/auth_message.h"
 #include "platform/console.h"
+#include "platform/decimal.h"
 #include "platform/dev_root.h"
 
 namespace camrcd {
@@ -70,12 +70,6 @@ int read_record(FILE* stream, UserRecord* record) {
   return 4;
 }
 
-// Plain decimal conversion: leading white space and a sign, digits up to the first
-// non-digit, 0 without digits; the low 32 bits of the value.
-int32_t decimal_value(const char* text) {
-  return static_cast<int32_t>(static_cast<uint32_t>(strtol(text, nullptr, 10)));
-}
-
 int decide(uint8_t rights) {
   if (rights & 0x01)
     return kUserRefused;
@@ -99,14 +93,14 @@ int find_user_in_stream(FILE* stream, const char* sought, char name[kUserFieldSi
     if (read_record(stream, &record) == EOF)
       return kUserUnknown;
     if (strncmp(record.label, "COUNT", 5) == 0) {
-      bound = static_cast<uint32_t>(decimal_value(record.name));
+      bound = static_cast<uint32_t>(decimal_int32(record.name));
     }
     // Equal up to and including the field's zero byte: exact, case counting.
     if (strncmp(record.name, sought, kUserFieldSize) != 0)
       continue;
     memcpy(name, record.name, kUserFieldSize);
     memcpy(password, record.password, kUserFieldSize);
-    *rights = static_cast<uint8_t>(decimal_value(record.rights) & 0xFF);
+    *rights = static_cast<uint8_t>(decimal_int32(record.rights) & 0xFF);
     return decide(*rights);
   }
   return kUserUnknown;

@@ -56,6 +56,11 @@ void console_error(const char* format, ...) {
   va_end(arguments);
 }
 
+void console_write(const char* text) {
+  std::lock_guard<std::mutex> hold(console_lock);
+  write_whole(STDOUT_FILENO, text, strlen(text));
+}
+
 void console_print_from_signal(const char* text) {
   ssize_t ignored = write(STDOUT_FILENO, text, strlen(text));
   (void)ignored;

@@ -3,10 +3,10 @@
 // line costs scans but never stops the reader. Nothing is kept between calls.
 #include "settings/flat_file.h"
 
-#include <stdlib.h>
 #include <string.h>
 
 #include "platform/console.h"
+#include "platform/decimal.h"
 #include "platform/dev_root.h"
 
 namespace camrcd {
@@ -31,15 +31,11 @@ void store_value(const FlatKey& key, const char* value, uint8_t* group) {
   uint8_t* field = group + key.offset;
   switch (key.kind) {
     case FieldKind::kByte:
-      *field = static_cast<uint8_t>(atoi(value));
+      *field = static_cast<uint8_t>(decimal_int32(value));
       break;
-    case FieldKind::kInt32: {
-      int32_t number = atoi(value);
-      memcpy(field, &number, sizeof number);
-      break;
-    }
+    case FieldKind::kInt32:
     case FieldKind::kLong: {
-      int32_t number = static_cast<int32_t>(atol(value));
+      int32_t number = decimal_int32(value);
       memcpy(field, &number, sizeof number);
       break;
     }

@@ -18,9 +18,9 @@ inline constexpr size_t kFlatValueSize = 52;
 
 // How a field is converted when read and formatted when written.
 enum class FieldKind : uint8_t {
-  kByte,       // uint8_t: atoi, low 8 bits kept; written with a "%d" format
-  kInt32,      // int32_t: atoi; "%d"
-  kLong,       // int32_t: atol; "%ld"
+  kByte,       // uint8_t: decimal_int32, low 8 bits kept; written with a "%d" format
+  kInt32,      // int32_t: decimal_int32; "%d"
+  kLong,       // int32_t: decimal_int32 (atol on the camera); "%ld"
   kText,       // char[width]: copied, cut to width - 1 characters; "%s"
   kTextIfSet,  // writer only: like kText, but the line is left out while the text is empty
   kConstant,   // writer only: the format is written as it stands

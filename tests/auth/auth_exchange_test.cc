@@ -69,7 +69,7 @@ TEST(UserListTest, FindsAndDecides) {
       EXPECT_EQ(found_rights, rights);
     }
   }
-  EXPECT_EQ(count, 20);
+  EXPECT_EQ(count, 22);
 }
 
 // The first `size` bytes of a message: type, length, status and nonce, little-endian.

@@ -181,8 +181,10 @@ TEST(Replies, MatchRecordedBytes) {
     ASSERT_NE(b, std::end(kBuilders)) << name;
     SCOPED_TRACE(name + " " + std::to_string(type) + std::to_string(areas));
     uint8_t* record = reinterpret_cast<uint8_t*>(&settings);
+    // Bytes 1 to 200 in turn, each aligned four mirrored (a b b a): the low byte and
+    // the low 16 bits of a 32-bit field are then the same in either byte order.
     for (size_t i = 0; i < sizeof settings; ++i)
-      record[i] = static_cast<uint8_t>(1 + i % 200);
+      record[i] = static_cast<uint8_t>(1 + (i - i % 4 + std::min(i % 4, 3 - i % 4)) % 200);
     settings.device_type = uint8_t(type);
     settings.privacy.privacy_area_valid = uint8_t(areas);
     settings.motion_map_valid = uint8_t(map_valid);

@@ -93,16 +93,20 @@ const Field kFields[] = {
 };
 // clang-format on
 
-// A field's value: its text or its number (1 or 4 bytes, little-endian).
+// A field's value: its text or its number (a byte, or the first 4 bytes as an int32_t).
 std::string field_value(const Field& field) {
-  int32_t number = 0;
-  memcpy(&number, field.at, std::min<size_t>(field.size, 4));
+  int32_t number = *static_cast<const uint8_t*>(field.at);
+  if (field.size >= 4)
+    memcpy(&number, field.at, 4);
   return field.text ? static_cast<const char*>(field.at) : std::to_string(number);
 }
 
 void set_field(const Field& field, const std::string& value) {
   int32_t number = field.text ? 0 : std::stoi(value, nullptr, 0);
-  memcpy(field.at, &number, std::min<size_t>(field.size, 4));
+  if (field.size >= 4)
+    memcpy(field.at, &number, 4);
+  else
+    *static_cast<uint8_t*>(field.at) = static_cast<uint8_t>(number);
   if (field.text)
     snprintf(static_cast<char*>(field.at), field.size, "%s", value.c_str());
 }
@@ -222,7 +226,7 @@ TEST_F(FlatFilesTest, ScriptedCases) {
       ASSERT_TRUE(directive.empty() || directive[0] == '#') << directive;
     }
   }
-  EXPECT_EQ(cases, 61);
+  EXPECT_EQ(cases, 62);
 }
 
 TEST(BrightnessScale, ConvertsBothWays) {

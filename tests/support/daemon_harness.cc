@@ -78,6 +78,14 @@ bool parse_stub_call(const std::string& line, StubCall* call) {
   return !call->program.empty();
 }
 
+// Word size, byte order and machine of an ELF file ("" when it is none).
+std::string elf_machine(const std::string& path) {
+  std::string head(20, '\0');
+  if (!std::ifstream(path, std::ios::binary).read(&head[0], 20) || head.compare(0, 4, "\177ELF"))
+    return "";
+  return head.substr(4, 2) + head.substr(18, 2);
+}
+
 }  // namespace
 
 // Spawns argv with stdin from /dev/null, stdout and stderr into the two files and no
@@ -98,6 +106,16 @@ pid_t spawn_process(std::vector<std::string> argv, const std::string& out, const
   int failed = posix_spawn(&pid, args[0], &actions, nullptr, args.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   return failed == 0 ? pid : -1;
+}
+
+std::vector<std::string> target_command(const std::string& program) {
+  static const std::string own = elf_machine("/proc/self/exe");
+  if (own.empty() || elf_machine(program) != own)
+    return {};
+  std::vector<std::string> words = split(CAMRCD_EMULATOR, " ");
+  words.erase(std::remove(words.begin(), words.end(), ""), words.end());
+  words.push_back(program);
+  return words;
 }
 
 int64_t monotonic_ms() {
@@ -139,7 +157,17 @@ bool write_text_file(const std::string& path, const std::string& text) {
 }
 
 DaemonHarness::DaemonHarness(const DaemonOptions& options) {
-  ok_ = launch(options);
+  // A port found free may be taken (by any outgoing connection on the machine) before
+  // the daemon binds it, the likelier the slower the daemon starts (under an emulator):
+  // a port the harness chose is then chosen again, with a fresh sandbox.
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    ok_ = launch(options);
+    bool chosen_here = options.port == 0 && options.port_file;
+    if (ok_ || !chosen_here || output().find("Bind A fail") == std::string::npos)
+      break;
+    std::error_code ignored;
+    std::filesystem::remove_all(root_, ignored);
+  }
 }
 
 DaemonHarness::~DaemonHarness() {
@@ -161,11 +189,16 @@ bool DaemonHarness::launch(const DaemonOptions& options) {
     return false;
   root_ = pattern;
   port_ = options.port != 0 ? options.port : free_tcp_port();
-  std::string log = root_ + "/make-sandbox.log";
-  pid_t child = spawn_process({"/bin/bash", CAMRCD_SOURCE_DIR "/tools/make-sandbox", root_,
-                               "--type", std::to_string(options.camera_type), "--port",
-                               std::to_string(port_), "--camstub", CAMRCD_BINARY_DIR "/camstub"},
-                              log, log + ".err");
+  std::string log = root_ + "/make-sandbox.log", stub = root_ + "/camstub";
+  std::vector<std::string> daemon = target_command(CAMRCD_BINARY_DIR "/camrcd");
+  if (daemon.empty() || !install_stub(stub)) {
+    error_ = "camrcd or camstub is not built for the machine these tests run on";
+    return false;
+  }
+  pid_t child = spawn_process(
+      {"/bin/bash", CAMRCD_SOURCE_DIR "/tools/make-sandbox", root_, "--type",
+       std::to_string(options.camera_type), "--port", std::to_string(port_), "--camstub", stub},
+      log, log + ".err");
   int status = 0;
   if (child < 0 || waitpid(child, &status, 0) != child || status != 0) {
     error_ = "make-sandbox failed: " + read_file(log + ".err");
@@ -182,8 +215,8 @@ bool DaemonHarness::launch(const DaemonOptions& options) {
     argv = {"/usr/bin/setpriv", "--pdeathsig", "KILL", "--"};
   const char* path = getenv("PATH");  // env(1) sets the variables and runs the daemon
   argv.insert(argv.end(), {"/usr/bin/env", "CAMRCD_ROOT=" + root_,
-                           "PATH=" + root_ + "/bin:" + (path != nullptr ? path : "/usr/bin:/bin"),
-                           CAMRCD_BINARY_DIR "/camrcd"});
+                           "PATH=" + root_ + "/bin:" + (path != nullptr ? path : "/usr/bin:/bin")});
+  argv.insert(argv.end(), daemon.begin(), daemon.end());
   argv.insert(argv.end(), options.arguments.begin(), options.arguments.end());
   pid_ = spawn_process(argv, root_ + "/daemon.out", root_ + "/daemon.err");
   bool ended = pid_ < 0, listening = !options.wait_for_listen;
@@ -349,11 +382,21 @@ bool wait_for_ended(const DaemonHarness& daemon, size_t count, int timeout_ms) {
 }
 
 bool install_stub(const std::string& path) {
+  std::vector<std::string> stub = target_command(CAMRCD_BINARY_DIR "/camstub");
   std::error_code error;
   std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
-  return std::filesystem::copy_file(CAMRCD_BINARY_DIR "/camstub", path,
-                                    std::filesystem::copy_options::overwrite_existing, error) &&
-         chmod(path.c_str(), 0755) == 0;
+  bool made = false;
+  if (stub.size() > 1) {  // the emulator's words, -0 with the name called by, camstub
+    std::string launcher = "#!/bin/sh\nexec";
+    stub.insert(stub.end() - 1, {"-0", "\"$0\""});
+    for (const std::string& word : stub)
+      launcher += " " + word;
+    made = write_text_file(path, launcher + " \"$@\"\n");
+  } else if (!stub.empty()) {
+    made = std::filesystem::copy_file(stub[0], path,
+                                      std::filesystem::copy_options::overwrite_existing, error);
+  }
+  return made && chmod(path.c_str(), 0755) == 0;
 }
 
 std::vector<StubCall> read_stub_calls(const std::string& root) {

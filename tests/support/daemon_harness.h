@@ -141,7 +141,15 @@ struct StubDescriptors {
   std::vector<int> descriptors;
 };
 
-// Copies the built stub binary to path (mode 0755), creating the missing directories.
+// The command that runs a built program of this tree: in a cross build the emulator's
+// words come first (CAMRCD_EMULATOR), as the system cannot start a target program by
+// itself. Empty when the program is not built for the machine these tests run on, so a
+// host program in a target's tree (or the reverse) fails the test that would start it.
+std::vector<std::string> target_command(const std::string& program);
+
+// Puts the stub camera program at path (mode 0755), creating the missing directories:
+// a copy of camstub, or in a cross build a script that runs camstub through the emulator
+// under the name it was called by.
 bool install_stub(const std::string& path);
 
 // All calls of root/stub.log in file order (empty when the file is missing).

@@ -36,6 +36,7 @@ const char kUsage[] =
     "  --user U            a user of the camera's user list\n"
     "  --password P        the user's password\n"
     "  --password-file F   the password is the first line of F\n"
+    "  --version           print camrc's version\n"
     "\n"
     "Every command first reads the device information. An option left out leaves its\n"
     "setting unchanged: camrc sends 0, which the camera takes as unchanged, or, where the\n"
@@ -345,7 +346,8 @@ int read_password_file(const char* path, std::string* password) {
 }
 
 int print_help() {
-  console_print("%s%s%s", kUsage, commands_help().c_str(), kExitStatuses);
+  std::string help = std::string(kUsage) + commands_help() + kExitStatuses;
+  console_write(help.c_str());
   return kCamrcOk;
 }
 
@@ -365,6 +367,10 @@ int camrc_main(int argc, char** argv) {
   for (; i < argc && argv[i][0] == '-'; i += 2) {
     if (strcmp(argv[i], "--help") == 0 || strcmp(argv[i], "-h") == 0)
       return print_help();
+    if (strcmp(argv[i], "--version") == 0) {
+      console_print("camrc %s\n", CAMRCD_VERSION);  // the project version, set in CMake
+      return kCamrcOk;
+    }
     const char** slot = nullptr;
     for (const auto& option : options)
       slot = strcmp(option.name, argv[i]) == 0 ? option.slot : slot;
