@@ -213,9 +213,11 @@ TEST(EndToEndPtzCamera, ScriptedCasesWithTheNoticePort) {
     } else if (directive == "reply-hex") {
       uint16_t port = run.daemon->port();  // {port}, {connect}: the ports, little-endian
       for (auto [name, value] :
-           {std::pair<std::string, int>{"{port}", port}, {"{connect}", port - 1}})
-        argument.replace(argument.find(name), name.size(),
-                         hex(reinterpret_cast<const uint8_t*>(&value), 2));
+           {std::pair<std::string, int>{"{port}", port}, {"{connect}", port - 1}}) {
+        const uint8_t little_endian[2] = {static_cast<uint8_t>(value),
+                                          static_cast<uint8_t>(value >> 8)};
+        argument.replace(argument.find(name), name.size(), hex(little_endian, 2));
+      }
       EXPECT_EQ(hex(run.reply.bytes, run.reply.length), argument);
     } else if (directive == "file") {
       std::string how = argument.substr(file.size());

@@ -286,10 +286,10 @@ TEST(NoticePortSandbox, PanTiltCameraNoticesAndRestart) {
   std::string dir = folder, out = dir + "/sandbox.out";
   uint16_t port = free_tcp_port();
   std::string script = CAMRCD_SOURCE_DIR "/scripts/sandbox";
-  pid_t sandbox =
-      spawn_process({"/usr/bin/env", "CAMRCD_BUILD_DIR=" CAMRCD_BINARY_DIR, "/bin/bash", script,
-                     "--type", "2", "--port", std::to_string(port), "--dir", dir},
-                    out, dir + "/sandbox.err");
+  pid_t sandbox = spawn_process(
+      {"/usr/bin/env", "CAMRCD_BUILD_DIR=" CAMRCD_BINARY_DIR, "CAMRCD_EMULATOR=" CAMRCD_EMULATOR,
+       "/bin/bash", script, "--type", "2", "--port", std::to_string(port), "--dir", dir},
+      out, dir + "/sandbox.err");
   ASSERT_GT(sandbox, 0);
   struct Stop {  // whatever happens, the sandbox (and with it its daemon) ends
     pid_t& pid;
