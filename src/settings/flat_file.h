@@ -115,7 +115,9 @@ struct FlatScan {
 // before a word.
 bool scan_word(FILE* file, char* out, size_t size);
 
-// Scans one setting exactly as fscanf(file, "%s = %s", key, value) does.
+// Scans one setting as fscanf(file, "%s = %s", key, value) does, with one exception:
+// an "=" followed by blanks and a line feed gives an empty value (kComplete) and leaves
+// the line feed unread, where the library would take the next line's first word.
 ScanStop scan_setting(FILE* file, FlatScan* scan);
 
 // The reader's loop over an open file: at most reader.scan_bound scans, ended early
