@@ -58,6 +58,17 @@ int match_key(const FlatReader& reader, const char* scanned) {
   return -1;
 }
 
+// Deliberate deviation, for safety: a CR or LF of a text (a client's title or OSD
+// text) is written as a blank, so client text never adds lines to a file that other
+// programs of the camera read line by line. The record keeps the text as sent, and
+// command lines still receive its exact bytes.
+void blank_line_breaks(char* text) {
+  for (; *text != '\0'; ++text) {
+    if (*text == '\r' || *text == '\n')
+      *text = ' ';
+  }
+}
+
 void write_line(FILE* file, const FlatLine& line, const uint8_t* group) {
   const uint8_t* field = group + line.offset;
   int32_t number = 0;
@@ -85,6 +96,7 @@ void write_line(FILE* file, const FlatLine& line, const uint8_t* group) {
         length = sizeof text - 1;
       memcpy(text, field, length);
       text[length] = '\0';
+      blank_line_breaks(text);
       if (line.kind == FieldKind::kTextIfSet && length == 0)
         break;
       fprintf(file, line.format, text);
