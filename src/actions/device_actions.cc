@@ -6,17 +6,23 @@
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
-#include <unistd.h>
 
 #include <mutex>
 
 #include "actions/command_runner.h"
 #include "platform/dev_root.h"
+#include "platform/pause.h"
 #include "platform/shell_word.h"
 #include "settings/group_locks.h"
 
 namespace camrcd {
 namespace {
+
+// The fixed pauses of the actions, in microseconds: before the stream or video programs
+// start again, after the title's ctrl_osd, between the privacy programs.
+constexpr uint32_t kStreamRestartPause = 1000000;
+constexpr uint32_t kTitlePause = 100;
+constexpr uint32_t kPrivacyPause = 1000;
 
 constexpr const char* kWiringWords[] = {"-a none", "-a s", "-a m", "-a sm"};
 constexpr const char* kBacklightWords[] = {"", "-l off", "-l blc1", "-l blc2", "-l blc3"};
@@ -47,7 +53,7 @@ void mark_stream_restarted() {
 
 void stream_restart() {
   mark_stream_restarted();
-  sleep(1);
+  pause_microseconds(kStreamRestartPause);
   run_program("kelda2/kd_stream_rerun", " >/dev/null &");
 }
 
@@ -128,7 +134,7 @@ void title_action() {
       run_command_line(line);
     }
   }
-  usleep(100);
+  pause_microseconds(kTitlePause);
   run_program("admin/send_servertitle", " >/dev/null &");
 }
 
@@ -154,7 +160,7 @@ void camcontrol2_action() {
 
 void privacy_action() {
   run_program("kelda2/kd_privacy_webcmd", "");
-  usleep(1000);
+  pause_microseconds(kPrivacyPause);
   run_program("admin/ctrl_getjpeg", "");
 }
 
@@ -175,7 +181,7 @@ void video_action() {
   run_built(build_tv_system_line, settings.video);
   run_command_line("sync");
   mark_stream_restarted();
-  sleep(1);
+  pause_microseconds(kStreamRestartPause);
   run_program("kelda2/kd_video_run", " > /dev/null");
 }
 

@@ -9,7 +9,6 @@
 
 #include <stddef.h>
 #include <string.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <mutex>
@@ -21,6 +20,7 @@
 #include "control/replies.h"
 #include "control/request_header.h"
 #include "platform/console.h"
+#include "platform/pause.h"
 #include "settings/group_locks.h"
 #include "settings/group_masks.h"
 #include "settings/group_table.h"
@@ -35,7 +35,7 @@ using Guard = std::lock_guard<std::mutex>;
 
 // A valid motion payload: the block map, then 0x55 0xAA.
 constexpr size_t kMotionPayloadSize = kMotionBlockMapSize + 2;
-constexpr useconds_t kReadReplyWait = 5000;
+constexpr uint32_t kReadReplyWait = 5000;  // microseconds
 constexpr uint8_t kDefaultPreset = 255;  // neither moved to nor put into the pan/tilt head
 constexpr uint8_t kPresetClearAll = 0x20;
 constexpr uint8_t kPresetClearOne = 0x02;
@@ -87,7 +87,7 @@ RequestOutcome device_info(const Request& r, const PlainWrite*) {
   console_print("Require Info Ver %02d.%02d\n", r.header[7], r.header[6]);
   r.masks->load = startup_load_mask();
   load_groups(r.masks->load, r.masks->extended_load);
-  usleep(kReadReplyWait);
+  pause_microseconds(kReadReplyWait);
   send_reply(r, build_device_info_reply(r.buffer, 0));
   return RequestOutcome::kKeepServing;
 }
@@ -131,7 +131,7 @@ size_t read_sectioned(const Request& r, const SectionedRead& read) {
     load_groups(r.masks->load, r.masks->extended_load, read.lock);
     length = read.build(r.buffer, 0, read.lock);
   }
-  usleep(kReadReplyWait);
+  pause_microseconds(kReadReplyWait);
   return length;
 }
 
@@ -149,7 +149,7 @@ RequestOutcome motion_read(const Request& r, const PlainWrite*) {
     }
     r.masks->load = kLoadMotion;
     load_groups(r.masks->load, r.masks->extended_load);
-    usleep(kReadReplyWait);
+    pause_microseconds(kReadReplyWait);
     length = build_motion_reply(r.buffer, 0);
   }
   send_reply(r, length);
