@@ -19,6 +19,7 @@
 #include "control/connection.h"
 #include "platform/console.h"
 #include "platform/dev_root.h"
+#include "platform/pause.h"
 #include "settings/group_locks.h"
 #include "settings/group_masks.h"
 #include "settings/group_table.h"
@@ -29,6 +30,17 @@ namespace camrcd {
 namespace {
 
 constexpr int kListenBacklog = 5;
+
+// Deliberate deviation, for safety: when accept fails for want of descriptors or
+// memory, the pending connection stays queued and the next accept fails at once, so
+// the loop would spin and print its failure line hundreds of thousands of times a
+// second. It pauses instead (the line is still printed, at most four times a second)
+// and takes the queued connection as soon as something has been freed.
+constexpr uint32_t kOutOfResourcesPause = 250000;  // microseconds
+
+bool out_of_resources(int error) {
+  return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
+}
 
 // Start-up steps before the listener: runtime fields, banner, test mode, motion
 // area directory, web root, product identity, selectors and the start-up groups.
@@ -100,8 +112,11 @@ void start_connection_thread(int connection) {
     int connection =
         accept4(listener, reinterpret_cast<sockaddr*>(&peer), &peer_length, SOCK_CLOEXEC);
     if (connection < 0) {
-      if (errno != EINTR)
-        console_print("accept() failed - err:%d \n", errno);
+      int error = errno;
+      if (error != EINTR)
+        console_print("accept() failed - err:%d \n", error);
+      if (out_of_resources(error))
+        pause_microseconds(kOutOfResourcesPause);
       continue;
     }
     start_connection_thread(connection);

@@ -207,6 +207,35 @@ TEST(EndToEndLifecycle, AbuseGivesBackDescriptorsAndUserSlots) {
   }
 }
 
+// Idle connections use up the descriptors of a daemon with a low limit, so accept
+// fails: the daemon pauses between attempts (a few failure lines a second, not a
+// spinning loop) and serves again soon after the idle connections have gone.
+TEST(EndToEndLifecycle, AcceptPausesWhileDescriptorsAreUsedUpThenRecovers) {
+  DaemonOptions options;
+  options.open_file_limit = 24;
+  DaemonHarness daemon(options);
+  ASSERT_TRUE(daemon.ok()) << daemon.error();
+  const std::string failure = "accept() failed - err:" + std::to_string(EMFILE) + " \n";
+  std::vector<int> idle;
+  for (int i = 0; i < 60 && daemon.count_in_output(failure) == 0; i++) {
+    int s = client_connect("127.0.0.1", daemon.port(), 500);
+    if (s >= 0)  // else the listen queue was full for a moment
+      idle.push_back(s);
+  }
+  ASSERT_TRUE(wait_until(kDaemonWaitMs, [&] { return daemon.count_in_output(failure) > 0; }));
+  size_t before = daemon.count_in_output(failure);
+  usleep(2000000);
+  EXPECT_LE(daemon.count_in_output(failure) - before, 12u) << "failure lines in 2 seconds";
+  for (int s : idle)
+    close(s);
+  int s = -1;
+  EXPECT_TRUE(wait_until(kDaemonStartMs, [&] {
+    close(s);
+    return (s = daemon.login_client()) >= 0 && info_served(s);
+  }));
+  close(s);
+}
+
 // Each case sends an optional bad header, then a close request, in the given pieces;
 // the close request must get its close reply.
 TEST(EndToEndLifecycle, HeadersInPiecesAndBadPrefixes) {

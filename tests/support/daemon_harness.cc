@@ -190,7 +190,7 @@ bool DaemonHarness::launch(const DaemonOptions& options) {
   root_ = pattern;
   port_ = options.port != 0 ? options.port : free_tcp_port();
   std::string log = root_ + "/make-sandbox.log", stub = root_ + "/camstub";
-  std::vector<std::string> daemon = target_command(CAMRCD_BINARY_DIR "/camrcd");
+  std::vector<std::string> daemon = target_command(CAMRCD_BINARY_DIR "/" + options.program);
   if (daemon.empty() || !install_stub(stub)) {
     error_ = "camrcd or camstub is not built for the machine these tests run on";
     return false;
@@ -213,6 +213,10 @@ bool DaemonHarness::launch(const DaemonOptions& options) {
   std::vector<std::string> argv;
   if (access("/usr/bin/setpriv", X_OK) == 0)
     argv = {"/usr/bin/setpriv", "--pdeathsig", "KILL", "--"};
+  if (options.open_file_limit > 0)
+    argv.insert(argv.end(),
+                {"/bin/sh", "-c",
+                 "ulimit -n " + std::to_string(options.open_file_limit) + " && exec \"$@\"", "sh"});
   const char* path = getenv("PATH");  // env(1) sets the variables and runs the daemon
   argv.insert(argv.end(), {"/usr/bin/env", "CAMRCD_ROOT=" + root_,
                            "PATH=" + root_ + "/bin:" + (path != nullptr ? path : "/usr/bin:/bin")});

@@ -28,7 +28,9 @@ struct DaemonOptions {
   std::vector<std::string> arguments;  // after the program name
   // Edits of the sandbox before the start; receives the sandbox root.
   std::function<void(const std::string& root)> prepare;
-  bool wait_for_listen = true;  // wait for "Control listen() started" at the start
+  bool wait_for_listen = true;     // wait for "Control listen() started" at the start
+  std::string program = "camrcd";  // the daemon: a program of the build directory
+  int open_file_limit = 0;         // the daemon's descriptor limit; 0: inherited
 };
 
 class DaemonHarness {
