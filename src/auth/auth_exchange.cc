@@ -46,8 +46,8 @@ uint32_t status_for(const StatusRow (&table)[N], int result) {
   return table[N - 1].status;  // not reached: every result has a row
 }
 
-int run_exchange(int socket, uint8_t* message) {
-  if (net_recv_all(socket, message, kAuthMessageSize, 0) < 0)
+int run_exchange(int socket, uint8_t* message, int64_t deadline) {
+  if (net_recv_all_until(socket, message, kAuthMessageSize, 0, deadline) < 0)
     return kResultReceiveFailed;
   char name[kUserFieldSize] = {};
   char password[kUserFieldSize] = {};
@@ -65,7 +65,7 @@ int run_exchange(int socket, uint8_t* message) {
   if (sent != 0)
     return sent;
   memset(message, 0, kAuthMessageSize);
-  if (net_recv_all(socket, message, kAuthMessageSize, 0) < 0)
+  if (net_recv_all_until(socket, message, kAuthMessageSize, 0, deadline) < 0)
     return kResultReceiveFailed;
   uint32_t status = status_for(kVerdicts, check_response(message, nonce, password));
   auth_write_head(message, kAuthTypeVerdict, 0, status);
@@ -109,14 +109,14 @@ int check_response(const uint8_t* response, const uint8_t nonce[4], const char* 
   return 0;
 }
 
-int authenticate_client(int socket) {
+int authenticate_client(int socket, int64_t deadline) {
   uint8_t* message = static_cast<uint8_t*>(malloc(kAuthMessageSize));
   if (message == nullptr) {
     console_print("malloc NULL \n");
     console_print("MK malloc Error\n");
     return kResultRefused;
   }
-  int result = run_exchange(socket, message);
+  int result = run_exchange(socket, message, deadline);
   free(message);
   return result;
 }

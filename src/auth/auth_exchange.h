@@ -8,6 +8,7 @@
 #include <stdint.h>
 
 #include "auth/auth_message.h"
+#include "control/net_io.h"
 
 namespace camrcd {
 
@@ -34,8 +35,9 @@ int check_response(const uint8_t* response, const uint8_t nonce[4], const char* 
 // Runs the whole exchange on a connected socket. Returns 0 once the client has proved a
 // password (verdict 3 sent); -1 after a refusal, a wrong or malformed response (the
 // refusal or verdict was sent) or when no buffer could be had; -8 when receiving a
-// message failed; or the code of the net_send that failed (-30, -31, -32).
-int authenticate_client(int socket);
+// message failed, also when `deadline` (net_io.h) passed before it came; or the code
+// of the net_send that failed (-30, -31, -32).
+int authenticate_client(int socket, int64_t deadline = kNoDeadline);
 
 }  // namespace camrcd
 

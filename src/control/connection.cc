@@ -3,6 +3,8 @@
 // buffer is freed and the socket shut down and closed exactly once on every path.
 #include "control/connection.h"
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <pthread.h>
 #include <signal.h>
 #include <stdint.h>
@@ -15,6 +17,7 @@
 
 #include "auth/auth_exchange.h"
 #include "auth/auth_message.h"
+#include "control/build_options.h"
 #include "control/dispatch.h"
 #include "control/net_io.h"
 #include "control/request_header.h"
@@ -55,12 +58,31 @@ bool admit_user() {
   return counted;
 }
 
+// Deliberate deviation, for safety, only when built with a keepalive time (off by
+// default): probes find a peer that vanished without a word, whose connection would
+// otherwise hold its thread, descriptor and user slot for ever.
+void enable_keepalive(int socket) {
+  if (kKeepaliveIdleSeconds == 0)
+    return;
+  const struct {
+    int level, option, value;
+  } options[] = {
+      {SOL_SOCKET, SO_KEEPALIVE, 1},
+      {IPPROTO_TCP, TCP_KEEPIDLE, kKeepaliveIdleSeconds},
+      {IPPROTO_TCP, TCP_KEEPINTVL, kKeepaliveIntervalSeconds},
+      {IPPROTO_TCP, TCP_KEEPCNT, kKeepaliveProbes},
+  };
+  for (const auto& o : options)
+    setsockopt(socket, o.level, o.option, &o.value, sizeof o.value);
+}
+
 void close_socket(int socket) {
   shutdown(socket, SHUT_RDWR);
   close(socket);
 }
 
-// Reads and executes requests until one ends the connection.
+}  // namespace
+
 void serve_requests(int socket, uint8_t* buffer) {
   uint8_t header[kRequestHeaderSize];
   bool keep_serving = true;
@@ -87,8 +109,6 @@ void serve_requests(int socket, uint8_t* buffer) {
   }
 }
 
-}  // namespace
-
 void serve_connection(int socket) {
   uint8_t* buffer = static_cast<uint8_t*>(malloc(kConnectionBufferSize));
   if (buffer == nullptr) {
@@ -96,9 +116,14 @@ void serve_connection(int socket) {
     return;
   }
   install_signal_dispositions();
+  enable_keepalive(socket);
+  // Deliberate deviation, for safety, only when built with a login deadline (off by
+  // default): a client that has not logged in by then is closed like one whose login
+  // failed, which gives its user slot back.
+  int64_t login_deadline = net_deadline_in(kLoginDeadlineSeconds);
   net_send(socket, kGreeting, sizeof kGreeting, 0);
   bool counted = admit_user();
-  int result = authenticate_client(socket);
+  int result = authenticate_client(socket, login_deadline);
   if (result != 0) {
     console_print("Failed to Authentication. Close - SockHandle(%d), AUTHERR(%d)\n", socket,
                   result);

@@ -5,6 +5,8 @@
 #ifndef CAMRCD_CONTROL_CONNECTION_H_
 #define CAMRCD_CONTROL_CONNECTION_H_
 
+#include <stdint.h>
+
 namespace camrcd {
 
 // Most users served at once; a further client is authenticated, then closed.
@@ -17,6 +19,11 @@ void* connection_thread(void* arg);
 // Serves one connection on the calling thread, from the greeting to the close
 // (shutdown and close of `socket` included).
 void serve_connection(int socket);
+
+// The request loop of a logged-in connection: reads request headers from `socket` and
+// executes them until one ends the connection; the caller then closes it. `buffer` is
+// the connection buffer (kConnectionBufferSize bytes).
+void serve_requests(int socket, uint8_t* buffer);
 
 }  // namespace camrcd
 

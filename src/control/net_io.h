@@ -25,6 +25,15 @@ int32_t net_send(int socket, const void* data, size_t length, int flags);
 // Returns `length` on success.
 int32_t net_recv_all(int socket, void* data, size_t length, int flags);
 
+// A point on the monotonic clock for net_recv_all_until, in milliseconds;
+// kNoDeadline never comes.
+inline constexpr int64_t kNoDeadline = 0;
+int64_t net_deadline_in(int seconds);  // kNoDeadline when seconds is 0
+
+// net_recv_all that also ends with -20 once `deadline` has passed before all bytes
+// came. With kNoDeadline it is net_recv_all.
+int32_t net_recv_all_until(int socket, void* data, size_t length, int flags, int64_t deadline);
+
 }  // namespace camrcd
 
 #endif  // CAMRCD_CONTROL_NET_IO_H_
