@@ -16,7 +16,6 @@
 namespace camrcd {
 namespace {
 
-constexpr size_t kMacBytes = 6;
 constexpr size_t kMacWordSize = 64;
 
 constexpr FlatKey kPortKeys[] = {
@@ -35,23 +34,15 @@ constexpr FlatReader kPortReader = {
 };
 
 void read_mac_address() {
-  NetworkGroup& network = settings.network;
   char path[kPathCapacity];
   FILE* file = fopen(rooted_path(path, sizeof path, "/tmp/macaddr.ls"), "re");
   if (file == nullptr) {
-    memset(network.mac_address, 0, sizeof network.mac_address);
+    memset(settings.network.mac_address, 0, sizeof settings.network.mac_address);
     console_print("Conf. Open ERR. tmp/macaddr.ls\n");
     return;
   }
-  char word[kMacWordSize] = "";
-  scan_word(file, word, sizeof word);
+  read_mac_word(file, settings.network.mac_address);
   fclose(file);
-  size_t length = strlen(word);
-  for (size_t i = 0; i < kMacBytes; ++i) {
-    unsigned high = 2 * i < length ? hex_digit_value(word[2 * i]) : 0;
-    unsigned low = 2 * i + 1 < length ? hex_digit_value(word[2 * i + 1]) : 0;
-    network.mac_address[i] = static_cast<uint8_t>(16 * high + low);
-  }
 }
 
 void read_ports() {
@@ -78,6 +69,17 @@ uint8_t hex_digit_value(char c) {
   if (c >= 'a' && c <= 'f')
     return static_cast<uint8_t>(c - 'a' + 10);
   return 255;
+}
+
+void read_mac_word(FILE* file, uint8_t mac_address[kMacBytes]) {
+  char word[kMacWordSize] = "";
+  scan_word(file, word, sizeof word);
+  size_t length = strlen(word);
+  for (size_t i = 0; i < kMacBytes; ++i) {
+    unsigned high = 2 * i < length ? hex_digit_value(word[2 * i]) : 0;
+    unsigned low = 2 * i + 1 < length ? hex_digit_value(word[2 * i + 1]) : 0;
+    mac_address[i] = static_cast<uint8_t>(16 * high + low);
+  }
 }
 
 void load_network_group() {

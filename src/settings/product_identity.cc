@@ -37,13 +37,7 @@ uint8_t device_type_of_model_line(const char* line) {
 
 }  // namespace
 
-void read_product_identity() {
-  char path[kPathCapacity];
-  FILE* file = fopen(web_path(path, sizeof path, "admin/product_info.ls"), "re");
-  if (file == nullptr) {
-    console_print("Conf. Open ERR. %s\n", path);
-    return;
-  }
+uint8_t device_type_of_product_file(FILE* file) {
   char line[kProductLineSize] = "";
   int lines_read = 0;
   bool found = false;
@@ -54,12 +48,22 @@ void read_product_identity() {
       break;
     }
   }
-  fclose(file);
   // Five pieces without "Model": nothing to search. Otherwise the model line, or the
   // last piece read when the file ended first.
   if (lines_read == 0 || (!found && lines_read == kProductLinesRead))
+    return 0;
+  return device_type_of_model_line(line);
+}
+
+void read_product_identity() {
+  char path[kPathCapacity];
+  FILE* file = fopen(web_path(path, sizeof path, "admin/product_info.ls"), "re");
+  if (file == nullptr) {
+    console_print("Conf. Open ERR. %s\n", path);
     return;
-  uint8_t device_type = device_type_of_model_line(line);
+  }
+  uint8_t device_type = device_type_of_product_file(file);
+  fclose(file);
   if (device_type != 0)
     settings.device_type = device_type;
 }
