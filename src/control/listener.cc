@@ -42,8 +42,8 @@ bool out_of_resources(int error) {
   return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
 }
 
-// Start-up steps before the listener: runtime fields, banner, test mode, motion
-// area directory, web root, product identity, selectors and the start-up groups.
+}  // namespace
+
 void prepare_settings(int argc, char** argv) {
   settings.control_port = 0;
   settings.user_count = 0;
@@ -67,6 +67,8 @@ void prepare_settings(int argc, char** argv) {
   uint32_t mask = settings.device_type == 1 ? kStartupLoadMaskFixedCamera : kStartupLoadMaskOther;
   load_groups(mask, 0);
 }
+
+namespace {
 
 // Creates the listener and sets its options; -1 after a failed option (the process
 // then exits with status 1).

@@ -5,6 +5,11 @@
 
 namespace camrcd {
 
+// The start-up steps before the listener: runtime fields, banner, test mode (a first
+// argument beginning with "T"), motion-area directory, web root, product identity,
+// selectors and the start-up groups.
+void prepare_settings(int argc, char** argv);
+
 // Runs the start-up steps and the accept loop. Returns the process exit status:
 // 1 when a socket option cannot be set, 0 after a failed bind; otherwise never returns.
 int run_control_server(int argc, char** argv);

@@ -1,0 +1,75 @@
+// The fuzz targets link this file in place of actions/command_runner.cc and
+// platform/pause.cc: no command line starts a program and no pause waits, so an input
+// runs in microseconds whatever requests it makes, and nothing on the machine is ever
+// started. Each command line is checked instead: it opens as one of the server's
+// lines does (a program below the web root, ctrl_osd, mkdir, mv or sync); outside its
+// single-quoted words it holds none of the shell's separators, substitutions or
+// quotes, so no client text became shell syntax; and ctrl_osd's word unquotes to the
+// camera title exactly.
+#include <string.h>
+
+#include <string>
+
+#include "actions/command_runner.h"
+#include "platform/dev_root.h"
+#include "platform/pause.h"
+#include "settings/settings_record.h"
+#include "support/fuzz_support.h"
+
+namespace camrcd {
+namespace {
+
+constexpr char kTitleHead[] = "ctrl_osd -c ";
+
+bool starts_with(const char* line, const std::string& head) {
+  return strncmp(line, head.c_str(), head.size()) == 0;
+}
+
+bool known_head(const char* line) {
+  const std::string heads[] = {std::string(dev_root_for_command()) + kWebRoot + "/", kTitleHead,
+                               "mkdir -p ", "mv -f ", "sync"};
+  for (const std::string& head : heads) {
+    if (starts_with(line, head))
+      return true;
+  }
+  return false;
+}
+
+// The text the shell makes of `line`'s words, blanks kept; false when a quote is left
+// open or shell syntax stands outside the quotes.
+bool unquote(const char* line, std::string* text) {
+  bool quoted = false;
+  for (const char* at = line; *at != '\0'; ++at) {
+    if (*at == '\'') {
+      quoted = !quoted;
+    } else if (quoted) {
+      text->push_back(*at);
+    } else if (*at == '\\' && at[1] != '\0') {
+      text->push_back(*++at);
+    } else if (strchr(";|`$()<\"\n\\", *at) != nullptr) {
+      return false;
+    } else {
+      text->push_back(*at);
+    }
+  }
+  return !quoted;
+}
+
+}  // namespace
+
+void run_command_line(const char* line) {
+  std::string text;
+  fuzz_check(known_head(line), "a command line that the server never builds");
+  fuzz_check(unquote(line, &text), "shell syntax outside the quoted words of a command line");
+  if (starts_with(line, kTitleHead)) {
+    const char* title = settings.title.camera_title;
+    std::string word;
+    unquote(line + strlen(kTitleHead), &word);
+    fuzz_check(word == std::string(title, strnlen(title, sizeof settings.title.camera_title)),
+               "ctrl_osd did not get the title as one unchanged word");
+  }
+}
+
+void pause_microseconds(uint32_t) {}
+
+}  // namespace camrcd
