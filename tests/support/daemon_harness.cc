@@ -222,7 +222,7 @@ bool DaemonHarness::launch(const DaemonOptions& options) {
                            "PATH=" + root_ + "/bin:" + (path != nullptr ? path : "/usr/bin:/bin")});
   argv.insert(argv.end(), daemon.begin(), daemon.end());
   argv.insert(argv.end(), options.arguments.begin(), options.arguments.end());
-  pid_ = spawn_process(argv, root_ + "/daemon.out", root_ + "/daemon.err");
+  pid_ = spawn_process(argv, output_path(), root_ + "/daemon.err");
   bool ended = pid_ < 0, listening = !options.wait_for_listen;
   if (!ended && !listening)
     listening = wait_until(kDaemonStartMs, [&] {
@@ -242,7 +242,11 @@ std::string DaemonHarness::web_path(const std::string& relative) const {
 }
 
 std::string DaemonHarness::output() const {
-  return read_file(root_ + "/daemon.out");
+  return read_file(output_path());
+}
+
+std::string DaemonHarness::output_path() const {
+  return root_ + "/daemon.out";
 }
 
 std::string DaemonHarness::errors() const {
@@ -368,12 +372,6 @@ bool send_in_pieces(int socket, const uint8_t* data, size_t length,
     usleep(pause_ms * 1000);
   }
   return at == length || client_send(socket, data + at, length - at) == 0;
-}
-
-void close_with_reset(int socket) {
-  linger abrupt = {1, 0};
-  setsockopt(socket, SOL_SOCKET, SO_LINGER, &abrupt, sizeof(abrupt));
-  close(socket);
 }
 
 size_t ended_connections(const DaemonHarness& daemon) {

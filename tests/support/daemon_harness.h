@@ -51,6 +51,7 @@ class DaemonHarness {
   pid_t pid() const { return pid_; }
 
   std::string output() const;  // captured standard output and error so far
+  std::string output_path() const;
   std::string errors() const;
   size_t count_in_output(const std::string& text) const;
 
@@ -120,7 +121,6 @@ int32_t request_info(int socket, Reply* reply);
 // Sends bytes in pieces of the given sizes (the rest last), pausing pause_ms between.
 bool send_in_pieces(int socket, const uint8_t* data, size_t length,
                     const std::vector<size_t>& pieces, int pause_ms);
-void close_with_reset(int socket);  // SO_LINGER 0
 
 // Connections the daemon has finished with (failed logins plus close sequences), and a
 // wait until they reach count.
