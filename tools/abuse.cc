@@ -21,8 +21,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -42,13 +44,31 @@ struct Options {
   long pid = 0;
   std::string log;
   std::string host = "127.0.0.1";
-  uint16_t port = 9001;
+  long port = 9001;
   std::string user = "demo";
   std::string password = "camera1";
   long connections = 10000;
-  int seconds = 600;
-  int workers = 4;
+  long seconds = 600;
+  long workers = 4;
   long allowance = 0;  // bytes of resident memory each connection may add
+};
+
+// The command line's options, each a number or a text of Options.
+const struct {
+  const char* name;
+  long Options::*number;
+  std::string Options::*text;
+} kFlags[] = {
+    {"--pid", &Options::pid, nullptr},
+    {"--log", nullptr, &Options::log},
+    {"--host", nullptr, &Options::host},
+    {"--port", &Options::port, nullptr},
+    {"--user", nullptr, &Options::user},
+    {"--password", nullptr, &Options::password},
+    {"--connections", &Options::connections, nullptr},
+    {"--seconds", &Options::seconds, nullptr},
+    {"--workers", &Options::workers, nullptr},
+    {"--allowance", &Options::allowance, nullptr},
 };
 
 // One hostile client: what it does on a fresh connection (greeting not read) whose
@@ -127,7 +147,7 @@ int flood_beyond_five_users(const Options& o, int socket, long) {
   std::vector<int> more;
   logged_in(o, socket);
   for (int i = 0; i < 7; i++) {
-    more.push_back(client_connect(o.host.c_str(), o.port));
+    more.push_back(client_connect(o.host.c_str(), static_cast<uint16_t>(o.port)));
     if (more.back() >= 0)
       logged_in(o, more.back());
   }
@@ -168,7 +188,7 @@ struct Totals {
 void worker(const Options& o, Clock::time_point end, long count, Totals* totals) {
   while (totals->made < count && Clock::now() < end) {
     long n = totals->next++;
-    int socket = client_connect(o.host.c_str(), o.port);
+    int socket = client_connect(o.host.c_str(), static_cast<uint16_t>(o.port));
     if (socket < 0) {
       ++totals->refused;
       continue;
@@ -261,7 +281,7 @@ bool settled(const Options& o, const Figures* idle, int timeout_s) {
 // A well-behaved client: logs in, reads the device information, closes. Waits for its
 // close line, so that the daemon's last user count line is its own.
 bool served_well(const Options& o) {
-  int socket = client_connect(o.host.c_str(), o.port);
+  int socket = client_connect(o.host.c_str(), static_cast<uint16_t>(o.port));
   Reply reply;
   bool served = socket >= 0 && logged_in(o, socket) &&
                 send_request(socket, make_request(kClassInformation, kSubDeviceInfo)) == 0 &&
@@ -277,35 +297,19 @@ bool served_well(const Options& o) {
 }
 
 bool parse(int argc, char** argv, Options* o) {
-  for (int i = 1; i + 1 < argc; i += 2) {
-    std::string name = argv[i];
-    const char* value = argv[i + 1];
-    if (name == "--pid")
-      o->pid = atol(value);
-    else if (name == "--log")
-      o->log = value;
-    else if (name == "--host")
-      o->host = value;
-    else if (name == "--port")
-      o->port = static_cast<uint16_t>(atoi(value));
-    else if (name == "--user")
-      o->user = value;
-    else if (name == "--password")
-      o->password = value;
-    else if (name == "--connections")
-      o->connections = atol(value);
-    else if (name == "--seconds")
-      o->seconds = atoi(value);
-    else if (name == "--workers")
-      o->workers = atoi(value);
-    else if (name == "--allowance")
-      o->allowance = atol(value);
-    else
+  for (int i = 1; i < argc; i += 2) {
+    auto flag = std::find_if(std::begin(kFlags), std::end(kFlags),
+                             [&](const auto& f) { return strcmp(f.name, argv[i]) == 0; });
+    if (flag == std::end(kFlags) || i + 1 == argc)
       return false;
+    if (flag->number != nullptr)
+      o->*flag->number = atol(argv[i + 1]);
+    else
+      o->*flag->text = argv[i + 1];
   }
-  return argc % 2 == 1 && o->allowance >= 0 && o->pid > 0 && !o->log.empty() &&
-         o->connections > 0 && o->connections <= 1000000 && o->seconds > 0 && o->seconds <= 3600 &&
-         o->workers > 0 && o->workers <= 4;
+  return o->pid > 0 && !o->log.empty() && o->port > 0 && o->port < 65536 && o->connections > 0 &&
+         o->connections <= 1000000 && o->seconds > 0 && o->seconds <= 3600 && o->workers > 0 &&
+         o->workers <= 4 && o->allowance >= 0;
 }
 
 void print_row(const char* name, long before, long after, const char* verdict) {
