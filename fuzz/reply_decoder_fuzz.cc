@@ -1,5 +1,5 @@
 // The client's side of replies: read_reply on a socket that delivers the input, then
-// both decoders on what it read and on the raw input. A reply of any bytes is read
+// every decoder on what it read and on the raw input. A reply of any bytes is read
 // within its buffer and decoded into terminated texts, or refused.
 #include <string.h>
 #include <unistd.h>
@@ -19,7 +19,8 @@ namespace {
 
 void decode(const uint8_t* reply, size_t length) {
   static DecodedReply decoded;
-  for (auto decoder : {decode_device_info, decode_motion_reply}) {
+  for (auto decoder : {decode_reply, decode_device_info, decode_motion_reply,
+                       decode_alarm_link_reply, decode_preset_reply}) {
     if (decoder(reply, length, &decoded) != 0)
       continue;
     fuzz_check(decoded.count <= kMaxReplyFields, "more fields than the table holds");
@@ -44,11 +45,16 @@ void fuzz_seeds() {
   for (uint8_t type : {1, 2}) {
     memset(&settings, 0, sizeof settings);
     settings.device_type = type;
-    load_groups(type == 1 ? kStartupLoadMaskFixedCamera : kStartupLoadMaskOther | kLoadMotion, 0);
+    settings.current_md = settings.current_alarmin = settings.current_alarmout = 1;
+    settings.current_preset = 1;
+    load_groups(type == 1 ? kStartupLoadMaskFixedCamera : kStartupLoadMaskOther | kLoadMotion,
+                type == 1 ? 0 : kLoadPreset2 | kLoadAlarm2 | kLoadMd2);
     std::string suffix = "-type" + std::to_string(type);
     write_seed("info" + suffix, reply_bytes(build_device_info_reply));
     write_seed("motion" + suffix, reply_bytes(build_motion_reply));
   }
+  write_seed("alarm-link", reply_bytes(build_alarm_link_reply));
+  write_seed("preset", reply_bytes(build_preset_reply));
   settings.motion_map_valid = 0;
   write_seed("motion-no-map", reply_bytes(build_motion_reply));
   write_seed("close", reply_bytes(build_close_reply));

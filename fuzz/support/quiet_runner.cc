@@ -4,8 +4,8 @@
 // started. Each command line is checked instead: it opens as one of the server's
 // lines does (a program below the web root, ctrl_osd, mkdir, mv or sync); outside its
 // single-quoted words it holds none of the shell's separators, substitutions or
-// quotes, so no client text became shell syntax; and ctrl_osd's word unquotes to the
-// camera title exactly.
+// quotes, so no client text became shell syntax; and the words of client text unquote
+// to it exactly (the title for ctrl_osd, "--name=" and the preset name for ctrl_ptz).
 #include <string.h>
 
 #include <string>
@@ -35,11 +35,12 @@ bool known_head(const char* line) {
   return false;
 }
 
-// The text the shell makes of `line`'s words, blanks kept; false when a quote is left
-// open or shell syntax stands outside the quotes.
-bool unquote(const char* line, std::string* text) {
+// The text the shell makes of `line`'s words from `at` on, blanks kept, up to the end
+// or (when `one_word`) the first blank outside quotes; false when a quote is left open
+// or shell syntax stands outside the quotes.
+bool unquote(const char* at, std::string* text, bool one_word = false) {
   bool quoted = false;
-  for (const char* at = line; *at != '\0'; ++at) {
+  for (; *at != '\0' && (quoted || !one_word || *at != ' '); ++at) {
     if (*at == '\'') {
       quoted = !quoted;
     } else if (quoted) {
@@ -55,6 +56,17 @@ bool unquote(const char* line, std::string* text) {
   return !quoted;
 }
 
+// The client text of a field, as a program must receive it after `prefix`.
+std::string field_text(const char* prefix, const char* field, size_t most) {
+  return prefix + std::string(field, strnlen(field, most));
+}
+
+// The word where `word` starts in `line`, unquoted, must be `expected`.
+void check_word(const char* word, const std::string& expected, const char* what) {
+  std::string text;
+  fuzz_check(word != nullptr && unquote(word, &text, true) && text == expected, what);
+}
+
 }  // namespace
 
 void run_command_line(const char* line) {
@@ -62,11 +74,16 @@ void run_command_line(const char* line) {
   fuzz_check(known_head(line), "a command line that the server never builds");
   fuzz_check(unquote(line, &text), "shell syntax outside the quoted words of a command line");
   if (starts_with(line, kTitleHead)) {
-    const char* title = settings.title.camera_title;
-    std::string word;
-    unquote(line + strlen(kTitleHead), &word);
-    fuzz_check(word == std::string(title, strnlen(title, sizeof settings.title.camera_title)),
+    const TitleGroup& title = settings.title;
+    check_word(line + strlen(kTitleHead),
+               field_text("", title.camera_title, sizeof title.camera_title),
                "ctrl_osd did not get the title as one unchanged word");
+  }
+  if (strstr(line, "/admin/ctrl_ptz --class=save1 --position=") != nullptr &&
+      strstr(line, "--name=") != nullptr) {
+    check_word(strstr(line, "'--name="),
+               field_text("--name=", settings.preset.name, kSectionTextFieldSize - 1),
+               "ctrl_ptz did not get the preset name as one unchanged word");
   }
 }
 
