@@ -13,21 +13,23 @@
 namespace camrcd {
 namespace {
 
+// AddressSanitizer's quarantine holds back what the daemon frees, and an emulator's
+// code cache grows as it runs: memory is left to the native release build there.
 #if defined(__SANITIZE_ADDRESS__)
-// AddressSanitizer's quarantine holds back what the daemon frees: memory is left to
-// the release build here.
-constexpr const char* kAllowance = "100000";
+constexpr bool kMemoryOwnedByOthers = true;
 #else
-constexpr const char* kAllowance = "0";
+constexpr bool kMemoryOwnedByOthers = sizeof CAMRCD_EMULATOR > 1;
 #endif
 
 TEST(AbuseRun, LeavesTheDaemonAsItWas) {
   DaemonHarness daemon;
   ASSERT_TRUE(daemon.ok()) << daemon.error();
-  std::string command = std::string(CAMRCD_BINARY_DIR "/abuse --pid ") +
-                        std::to_string(daemon.pid()) + " --log " + daemon.output_path() +
-                        " --port " + std::to_string(daemon.port()) +
-                        " --connections 600 --seconds 120 --allowance " + kAllowance + " 2>&1";
+  std::string command;
+  for (const std::string& word : target_command(CAMRCD_BINARY_DIR "/abuse"))
+    command += word + " ";
+  command += "--pid " + std::to_string(daemon.pid()) + " --log " + daemon.output_path() +
+             " --port " + std::to_string(daemon.port()) + " --connections 600 --seconds 300" +
+             " --allowance " + (kMemoryOwnedByOthers ? "100000" : "0") + " 2>&1";
   FILE* run = popen(command.c_str(), "r");
   ASSERT_NE(run, nullptr);
   std::string report;
