@@ -4,7 +4,7 @@
 // and ignore exit statuses. Absolute paths in a line get dev_root_for_command() in
 // front ("" on a camera); ctrl_osd is found through PATH.
 //
-//   title        [ctrl_osd -c <title word>]  (only when TXT_EN is 0), usleep 100,
+//   title        [ctrl_osd -c <title word>]  (only when TXT_EN is 0), pause 100 us,
 //                admin/send_servertitle >/dev/null &
 //   osd          kelda2/kd_osd_webcmd
 //   alarm        admin/ctrl_gpio <in> <contact> <out> <wiring> -l <OUT_DURATION> (ends " ")
@@ -12,12 +12,12 @@
 //   picture      admin/ctrl_dspset -b <BRIGHTNESS> -c <CONTRAST> -s <SHARPNESS> -h <HUE>
 //                -t <SATURATION>
 //   camcontrol2  admin/ctrl_dspset <mono> <negative> <colour bar> -n <SENSORUP>
-//   privacy      kelda2/kd_privacy_webcmd, usleep 1000, admin/ctrl_getjpeg
+//   privacy      kelda2/kd_privacy_webcmd, pause 1000 us, admin/ctrl_getjpeg
 //   motion       kelda2/kd_md_run
-//   mpeg, jpeg   stream restart: stream_restarted = 1 (under stream_lock), sleep 1,
+//   mpeg, jpeg   stream restart: stream_restarted = 1 (under stream_lock), pause 1 s,
 //                kelda2/kd_stream_rerun >/dev/null &
 //   video        admin/allshutdown_exweb >/dev/null, the tv-system script > /dev/null,
-//                sync, stream_restarted = 1, sleep 1, kelda2/kd_video_run > /dev/null
+//                sync, stream_restarted = 1, pause 1 s, kelda2/kd_video_run > /dev/null
 #ifndef CAMRCD_ACTIONS_DEVICE_ACTIONS_H_
 #define CAMRCD_ACTIONS_DEVICE_ACTIONS_H_
 
