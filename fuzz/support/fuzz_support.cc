@@ -73,6 +73,15 @@ void make_camera(const std::string& root) {
   }
 }
 
+// Removes the files of `folder` that the camera was not made with.
+void remove_files_made_since(const std::string& folder) {
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+    if (entry.is_regular_file() && made_files.count(entry.path()) == 0)
+      std::filesystem::remove(entry.path(), error);
+  }
+}
+
 void remove_camera() {
   std::error_code ignored;
   std::filesystem::remove_all(camera_root(), ignored);
@@ -103,6 +112,10 @@ const std::string& camera_root() {
 void restore_camera_files() {
   for (const auto& file : made_files)
     write_whole(file.first, file.second);
+  // What requests create (motion area block maps, the sectioned files' copies in /tmp):
+  // no input may see what an earlier one left.
+  remove_files_made_since(camera_root() + kWebRoot + "/kelda2/md");
+  remove_files_made_since(camera_root() + "/tmp");
 }
 
 std::string camera_file(const std::string& path) {

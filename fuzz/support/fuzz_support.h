@@ -28,7 +28,8 @@ void write_seed(const std::string& name, const std::string& bytes);
 // the development root is set to it. Returns the root.
 const std::string& camera_root();
 
-// Puts back every configuration file of the camera as it was made.
+// Puts back every configuration file of the camera as it was made, and removes the
+// files that requests create beside them.
 void restore_camera_files();
 
 // The text of a camera file as made; `path` is below the web root, or absolute.
