@@ -68,18 +68,12 @@ FILE* reader_of(const std::string& text) {
                       : fmemopen(const_cast<char*>(text.data()), text.size(), "r");
 }
 
-// A piece a rewrite must copy unchanged; one that follows another such piece in the
-// input follows it in the output too.
-struct KeptPiece {
-  std::string bytes;
-  bool follows_previous;
-};
-
-// The pieces a rewrite must copy unchanged, worked out apart from the rewrite: after
-// the first header, a piece of a section whose header holds none of the headers in use.
-std::vector<KeptPiece> pieces_not_owned(const Input& input, const SectionHeaders& headers) {
-  std::vector<KeptPiece> kept;
-  bool previous_kept = false;
+// The runs of pieces a rewrite must copy unchanged, worked out apart from the rewrite:
+// after the first header, the pieces of a section whose header holds none of the
+// headers in use. Pieces that follow one another in the input do so in the output.
+std::vector<std::string> runs_not_owned(const Input& input, const SectionHeaders& headers) {
+  std::vector<std::string> runs;
+  bool in_run = false;
   FILE* reader = reader_of(input.text);
   Piece piece;
   bool seen_header = false;
@@ -94,16 +88,18 @@ std::vector<KeptPiece> pieces_not_owned(const Input& input, const SectionHeaders
       }
     }
     if (!seen_header || owned) {
-      previous_kept = false;
+      in_run = false;
       continue;
     }
     if (input.file->end_ends_copy && piece_contains(piece, "end\n"))
       break;
-    kept.push_back({std::string(piece.bytes, piece.length), previous_kept});
-    previous_kept = true;
+    if (!in_run)
+      runs.emplace_back();
+    runs.back().append(piece.bytes, piece.length);
+    in_run = true;
   }
   fclose(reader);
-  return kept;
+  return runs;
 }
 
 void check_rewrite(const Input& input) {
@@ -119,14 +115,12 @@ void check_rewrite(const Input& input) {
   fclose(writer);
   std::string output(written, written_size);
   free(written);
+  // The leftmost place of each run is the best for the runs after it.
   size_t at = 0;
-  for (const KeptPiece& piece : pieces_not_owned(input, headers)) {
-    size_t found =
-        piece.follows_previous
-            ? (output.compare(at, piece.bytes.size(), piece.bytes) == 0 ? at : std::string::npos)
-            : output.find(piece.bytes, at);
-    fuzz_check(found != std::string::npos, "a rewrite lost or changed a line it does not own");
-    at = found + piece.bytes.size();
+  for (const std::string& run : runs_not_owned(input, headers)) {
+    at = output.find(run, at);
+    fuzz_check(at != std::string::npos, "a rewrite lost or changed a line it does not own");
+    at += run.size();
   }
 }
 
