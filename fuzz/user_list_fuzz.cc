@@ -31,15 +31,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   char sought[kUserFieldSize] = {};
   memcpy(sought, data, std::min<size_t>(line_end - data, kUserFieldSize - 1));
   std::string file(reinterpret_cast<const char*>(line_end + 1), data + size - line_end - 1);
-  FILE* stream = fmemopen(&file[0], file.size(), "r");
-  if (stream == nullptr)  // an empty file
-    stream = fopen("/dev/null", "r");
+  FileReader stream;
+  open_memory_reader(&stream, file.data(), file.size());
   char name[kUserFieldSize], password[kUserFieldSize];
   memset(name, 0x5A, sizeof name);
   memset(password, 0x5A, sizeof password);
   uint8_t rights = 0;
-  int result = find_user_in_stream(stream, sought, name, password, &rights);
-  fclose(stream);
+  int result = find_user_in_stream(&stream, sought, name, password, &rights);
   fuzz_check(result == kUserAdmitted || result == kUserUnknown || result == kUserRefused,
              "an unknown result");
   if (result != kUserUnknown) {

@@ -4,7 +4,6 @@
 // is skipped), so no field ever overflows.
 #include "auth/user_list.h"
 
-#include <ctype.h>
 #include <string.h>
 
 #include "auth/auth_message.h"
@@ -22,50 +21,23 @@ struct UserRecord {
   char rights[kUserFieldSize];
 };
 
-// Skips white space and returns the next character, left unread (EOF at the end).
-int skip_space(FILE* stream) {
-  int c;
-  do {
-    c = getc(stream);
-  } while (c != EOF && isspace(c));
-  if (c != EOF)
-    ungetc(c, stream);
-  return c;
-}
-
-// One word: a run of characters without white space. False when the stream has ended.
-bool read_word(FILE* stream, char field[kUserFieldSize]) {
-  if (skip_space(stream) == EOF)
-    return false;
-  size_t length = 0;
-  int c;
-  while ((c = getc(stream)) != EOF && !isspace(c)) {
-    if (length < kUserFieldSize - 1)
-      field[length++] = static_cast<char>(c);
-  }
-  if (c != EOF)
-    ungetc(c, stream);
-  field[length] = '\0';
-  return true;
-}
-
 // White space and one "="; anything else is left unread and ends the record.
-bool read_equals(FILE* stream) {
+bool read_equals(FileReader* stream) {
   if (skip_space(stream) != '=')
     return false;
-  getc(stream);
+  read_byte(stream);
   return true;
 }
 
-// Returns the number of words read, or EOF when the stream ends before the first.
+// Returns the number of words read, or kEndOfInput when the stream ends before the first.
 // Fields beyond the words read keep what they held.
-int read_record(FILE* stream, UserRecord* record) {
+int read_record(FileReader* stream, UserRecord* record) {
   char* fields[4] = {record->label, record->name, record->password, record->rights};
   for (int i = 0; i < 4; ++i) {
     if (i > 0 && !read_equals(stream))
       return i;
-    if (!read_word(stream, fields[i]))
-      return i == 0 ? EOF : i;
+    if (!scan_word(stream, fields[i], kUserFieldSize))
+      return i == 0 ? kEndOfInput : i;
   }
   return 4;
 }
@@ -81,7 +53,7 @@ int decide(uint8_t rights) {
 
 }  // namespace
 
-int find_user_in_stream(FILE* stream, const char* sought, char name[kUserFieldSize],
+int find_user_in_stream(FileReader* stream, const char* sought, char name[kUserFieldSize],
                         char password[kUserFieldSize], uint8_t* rights) {
   // The rights word is not cleared between records: a record of three words reuses the
   // rights of the record before it.
@@ -90,7 +62,7 @@ int find_user_in_stream(FILE* stream, const char* sought, char name[kUserFieldSi
   for (uint32_t index = 0; index <= bound; ++index) {
     memset(record.name, 0, sizeof record.name);
     memset(record.password, 0, sizeof record.password);
-    if (read_record(stream, &record) == EOF)
+    if (read_record(stream, &record) == kEndOfInput)
       return kUserUnknown;
     if (strncmp(record.label, "COUNT", 5) == 0) {
       bound = static_cast<uint32_t>(decimal_int32(record.name));
@@ -109,14 +81,14 @@ int find_user_in_stream(FILE* stream, const char* sought, char name[kUserFieldSi
 int find_user(const uint8_t* opening_message, char name[kUserFieldSize],
               char password[kUserFieldSize], uint8_t* rights) {
   char path[kPathCapacity];
-  FILE* stream = fopen(web_path(path, sizeof path, "admin/user_list.lst"), "re");
-  if (stream == nullptr) {
+  FileReader stream;
+  if (!open_file_reader(&stream, web_path(path, sizeof path, "admin/user_list.lst"))) {
     console_print("fopen() failed - /admin/user_list.lst\n");
     return kUserListUnreadable;
   }
   const char* sought = reinterpret_cast<const char*>(opening_message + kAuthDataOffset);
-  int result = find_user_in_stream(stream, sought, name, password, rights);
-  fclose(stream);
+  int result = find_user_in_stream(&stream, sought, name, password, rights);
+  close_file_reader(&stream);
   return result;
 }
 

@@ -10,7 +10,8 @@
 
 #include <stddef.h>
 #include <stdint.h>
-#include <stdio.h>
+
+#include "platform/file_reader.h"
 
 namespace camrcd {
 
@@ -22,11 +23,11 @@ inline constexpr int kUserListUnreadable = -1;
 inline constexpr int kUserUnknown = -2;
 inline constexpr int kUserRefused = -7;
 
-// Searches `stream` for `sought` (compared over at most kUserFieldSize bytes, so it
+// Searches the list `stream` reads for `sought` (compared over at most kUserFieldSize bytes, so it
 // needs no terminator beyond that). Returns kUserAdmitted, kUserUnknown or
 // kUserRefused; on a match (admitted or refused) fills name, password and rights.
 // Prints "Auth Mismatch\n" when the rights lack bits 0x98 and bit 0 is clear.
-int find_user_in_stream(FILE* stream, const char* sought, char name[kUserFieldSize],
+int find_user_in_stream(FileReader* stream, const char* sought, char name[kUserFieldSize],
                         char password[kUserFieldSize], uint8_t* rights);
 
 // Opens the user list and searches it for the name at offset 12 of the received

@@ -11,6 +11,7 @@
 
 #include "platform/console.h"
 #include "platform/dev_root.h"
+#include "platform/file_reader.h"
 #include "settings/flat_file.h"
 #include "settings/settings_record.h"
 
@@ -122,17 +123,12 @@ constexpr int32_t kMotionMapLength = 4803;  // length of the motion payload on t
 void read_block_map() {
   uint8_t* map = settings.motion_block_map;
   char path[kPathCapacity];
-  FILE* file = fopen(web_path(path, sizeof path, kBlockFile), "rbe");
-  if (file == nullptr) {
+  // A shorter file leaves the rest of the map as it was.
+  if (!read_file_start(web_path(path, sizeof path, kBlockFile), map, kMotionBlockMapSize)) {
     console_print("Rd. Conf. Open ERR. env_motion_block.dat\n");
     memset(map, kDefaultBlockCell, kMotionBlockMapSize);
     map[0] = kMotionBlockMarker;
-    return;
   }
-  // A shorter file leaves the rest of the map as it was.
-  size_t ignored = fread(map, 1, kMotionBlockMapSize, file);
-  (void)ignored;
-  fclose(file);
 }
 
 void write_block_map() {

@@ -1,5 +1,5 @@
-// The flat-file scan, reader and writer. The scan reads character by character with
-// one character of push-back, as the C library's formatted scan does, so a malformed
+// The flat-file scan, reader and writer. The scan reads byte by byte from the buffered
+// reader with one byte of push-back, as the C library's formatted scan does, so a malformed
 // line costs scans but never stops the reader. Nothing is kept between calls.
 #include "settings/flat_file.h"
 
@@ -11,21 +11,6 @@
 
 namespace camrcd {
 namespace {
-
-// Whitespace as the "C" locale's isspace() knows it.
-bool is_space(int c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
-}
-
-// Consumes whitespace; the first other character stays unread. Returns it (or EOF).
-int skip_space(FILE* file) {
-  int c = getc(file);
-  while (c != EOF && is_space(c))
-    c = getc(file);
-  if (c != EOF)
-    ungetc(c, file);
-  return c;
-}
 
 void store_value(const FlatKey& key, const char* value, uint8_t* group) {
   uint8_t* field = group + key.offset;
@@ -115,45 +100,29 @@ void copy_text_field(char* field, size_t width, const char* text) {
   field[length] = '\0';
 }
 
-bool scan_word(FILE* file, char* out, size_t size) {
-  int c = skip_space(file);
-  if (c == EOF)
-    return false;
-  size_t length = 0;
-  for (c = getc(file); c != EOF && !is_space(c); c = getc(file)) {
-    if (length + 1 < size)
-      out[length++] = static_cast<char>(c);
-  }
-  if (c != EOF)
-    ungetc(c, file);
-  if (size > 0)
-    out[length] = '\0';
-  return true;
-}
-
 namespace {
 
 // Consumes the blanks after an "=" up to its line feed, which stays unread. Returns
 // whether the line ends there; otherwise the scan goes on as "%s = %s" does.
-bool line_ends_after_equals(FILE* file) {
-  int c = getc(file);
-  while (c != EOF && c != '\n' && is_space(c))
-    c = getc(file);
-  if (c != EOF)
-    ungetc(c, file);
+bool line_ends_after_equals(FileReader* file) {
+  int c = read_byte(file);
+  while (c != kEndOfInput && c != '\n' && is_space(c))
+    c = read_byte(file);
+  if (c != kEndOfInput)
+    unread_byte(file);
   return c == '\n';
 }
 
 }  // namespace
 
-ScanStop scan_setting(FILE* file, FlatScan* scan) {
+ScanStop scan_setting(FileReader* file, FlatScan* scan) {
   if (!scan_word(file, scan->key, sizeof scan->key))
     return ScanStop::kNoKey;
   skip_space(file);
-  int c = getc(file);
+  int c = read_byte(file);
   if (c != '=') {
-    if (c != EOF)
-      ungetc(c, file);
+    if (c != kEndOfInput)
+      unread_byte(file);
     return ScanStop::kNoEquals;
   }
   // Deliberate deviation, for safety: "KEY = " and a line feed (a writer's empty text)
@@ -168,7 +137,7 @@ ScanStop scan_setting(FILE* file, FlatScan* scan) {
   return ScanStop::kComplete;
 }
 
-uint32_t read_flat_settings(FILE* file, const FlatReader& reader, void* group) {
+uint32_t read_flat_settings(FileReader* file, const FlatReader& reader, void* group) {
   FlatScan scan;
   scan.value[0] = '\0';
   uint32_t matched = 0;
@@ -192,14 +161,14 @@ const char* flat_path(char* out, size_t size, const char* path) {
 
 bool read_flat_file(const FlatReader& reader, void* group, uint32_t* matched) {
   char path[kPathCapacity];
-  FILE* file = fopen(flat_path(path, sizeof path, reader.path), "re");
-  if (file == nullptr) {
+  FileReader file;
+  if (!open_file_reader(&file, flat_path(path, sizeof path, reader.path))) {
     if (reader.open_error != nullptr)
       console_print("%s", reader.open_error);
     return false;
   }
-  uint32_t bits = read_flat_settings(file, reader, group);
-  fclose(file);
+  uint32_t bits = read_flat_settings(&file, reader, group);
+  close_file_reader(&file);
   if (matched != nullptr)
     *matched = bits;
   return true;

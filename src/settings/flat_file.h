@@ -9,6 +9,8 @@
 #include <stdint.h>
 #include <stdio.h>
 
+#include "platform/file_reader.h"
+
 namespace camrcd {
 
 // A key is a word of at most 19 characters, a value one of at most 51; longer
@@ -110,22 +112,17 @@ struct FlatScan {
   char value[kFlatValueSize];
 };
 
-// Skips whitespace and reads one word into out (cut to size - 1 characters; the
-// whole word is consumed). Returns false, leaving out untouched, when input ends
-// before a word.
-bool scan_word(FILE* file, char* out, size_t size);
-
 // Scans one setting as fscanf(file, "%s = %s", key, value) does, with one exception:
 // an "=" followed by blanks and a line feed gives an empty value (kComplete) and leaves
 // the line feed unread, where the library would take the next line's first word.
-ScanStop scan_setting(FILE* file, FlatScan* scan);
+ScanStop scan_setting(FileReader* file, FlatScan* scan);
 
 // The reader's loop over an open file: at most reader.scan_bound scans, ended early
 // by the terminator or the end of input; each matching key's value is converted into
 // group. Returns one bit per key (bit i for keys[i]) that matched at least once.
-uint32_t read_flat_settings(FILE* file, const FlatReader& reader, void* group);
+uint32_t read_flat_settings(FileReader* file, const FlatReader& reader, void* group);
 
-// Forms the reader's path and opens it ("re"). When it can't be opened prints the
+// Forms the reader's path and opens it. When it can't be opened prints the
 // open error and returns false. Otherwise reads it into group, closes it, stores the
 // matched-key bits in *matched (when not null) and returns true.
 bool read_flat_file(const FlatReader& reader, void* group, uint32_t* matched = nullptr);

@@ -3,7 +3,6 @@
 // missing digit.
 #include "settings/network_group.h"
 
-#include <stdio.h>
 #include <string.h>
 
 #include <iterator>
@@ -35,14 +34,14 @@ constexpr FlatReader kPortReader = {
 
 void read_mac_address() {
   char path[kPathCapacity];
-  FILE* file = fopen(rooted_path(path, sizeof path, "/tmp/macaddr.ls"), "re");
-  if (file == nullptr) {
+  FileReader file;
+  if (!open_file_reader(&file, rooted_path(path, sizeof path, "/tmp/macaddr.ls"))) {
     memset(settings.network.mac_address, 0, sizeof settings.network.mac_address);
     console_print("Conf. Open ERR. tmp/macaddr.ls\n");
     return;
   }
-  read_mac_word(file, settings.network.mac_address);
-  fclose(file);
+  read_mac_word(&file, settings.network.mac_address);
+  close_file_reader(&file);
 }
 
 void read_ports() {
@@ -71,7 +70,7 @@ uint8_t hex_digit_value(char c) {
   return 255;
 }
 
-void read_mac_word(FILE* file, uint8_t mac_address[kMacBytes]) {
+void read_mac_word(FileReader* file, uint8_t mac_address[kMacBytes]) {
   char word[kMacWordSize] = "";
   scan_word(file, word, sizeof word);
   size_t length = strlen(word);

@@ -6,7 +6,8 @@
 
 #include <stddef.h>
 #include <stdint.h>
-#include <stdio.h>
+
+#include "platform/file_reader.h"
 
 namespace camrcd {
 
@@ -17,7 +18,7 @@ inline constexpr size_t kMacBytes = 6;
 
 // Reads the first word of `file` as a MAC address of twelve hexadecimal digits, in
 // the order they stand; a digit missing from a shorter word counts 0.
-void read_mac_word(FILE* file, uint8_t mac_address[kMacBytes]);
+void read_mac_word(FileReader* file, uint8_t mac_address[kMacBytes]);
 
 // Reads the MAC file and then the port file into settings.network and
 // settings.control_port (defaults 80, 9000 and 9001 when the port file is missing).

@@ -116,16 +116,16 @@ void read_title() {
   char* title = settings.title.camera_title;
   memset(title, 0, kTitleFieldSize);
   char path[kPathCapacity];
-  FILE* file = fopen(web_path(path, sizeof path, "kelda2/view_title.ls"), "re");
-  if (file == nullptr) {
+  FileReader file;
+  if (!open_file_reader(&file, web_path(path, sizeof path, "kelda2/view_title.ls"))) {
     copy_text_field(title, kTitleWidth + 1, "MegaPixel");
     console_print("Conf. Open ERR. view_title.ls\n");
     return;
   }
   FlatScan scan;
   scan.value[0] = '\0';
-  scan_setting(file, &scan);
-  fclose(file);
+  scan_setting(&file, &scan);
+  close_file_reader(&file);
   copy_text_field(title, kTitleWidth + 1, scan.value);
 }
 

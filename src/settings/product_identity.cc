@@ -4,7 +4,6 @@
 #include "settings/product_identity.h"
 
 #include <stdint.h>
-#include <stdio.h>
 #include <string.h>
 
 #include "platform/console.h"
@@ -37,11 +36,13 @@ uint8_t device_type_of_model_line(const char* line) {
 
 }  // namespace
 
-uint8_t device_type_of_product_file(FILE* file) {
+uint8_t device_type_of_product_file(FileReader* file) {
   char line[kProductLineSize] = "";
+  char piece[kProductLineSize];
   int lines_read = 0;
   bool found = false;
-  while (lines_read < kProductLinesRead && fgets(line, sizeof line, file) != nullptr) {
+  while (lines_read < kProductLinesRead && read_line_piece(file, piece, sizeof piece) > 0) {
+    memcpy(line, piece, sizeof line);
     ++lines_read;
     if (strstr(line, "Model") != nullptr) {
       found = true;
@@ -57,13 +58,13 @@ uint8_t device_type_of_product_file(FILE* file) {
 
 void read_product_identity() {
   char path[kPathCapacity];
-  FILE* file = fopen(web_path(path, sizeof path, "admin/product_info.ls"), "re");
-  if (file == nullptr) {
+  FileReader file;
+  if (!open_file_reader(&file, web_path(path, sizeof path, "admin/product_info.ls"))) {
     console_print("Conf. Open ERR. %s\n", path);
     return;
   }
-  uint8_t device_type = device_type_of_product_file(file);
-  fclose(file);
+  uint8_t device_type = device_type_of_product_file(&file);
+  close_file_reader(&file);
   if (device_type != 0)
     settings.device_type = device_type;
 }

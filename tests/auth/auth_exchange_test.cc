@@ -39,7 +39,7 @@ TEST(NonceTest, ValuesAtChosenSeconds) {
     EXPECT_EQ(make_nonce_at(c[0]), c[1]) << c[0];
 }
 
-// Runs data/user_lists.txt (its header describes a case), each list through fmemopen.
+// Runs data/user_lists.txt (its header describes a case), each list read from memory.
 TEST(UserListTest, FindsAndDecides) {
   std::ifstream cases(CAMRCD_SOURCE_DIR "/tests/auth/data/user_lists.txt");
   int count = 0;
@@ -54,14 +54,14 @@ TEST(UserListTest, FindsAndDecides) {
       list.replace(at, 2, "\n");
     SCOPED_TRACE(sought + " in " + list);
     ++count;
-    FILE* stream = fmemopen(&list[0], list.size(), "r");
+    FileReader stream;
+    open_memory_reader(&stream, list.data(), list.size());
     char name[kUserFieldSize + 1], password[kUserFieldSize + 1];
     memset(name, 0x7f, sizeof name), memset(password, 0x7f, sizeof password);
     uint8_t found_rights = 0xEE;
     testing::internal::CaptureStdout();
-    EXPECT_EQ(find_user_in_stream(stream, sought.c_str(), name, password, &found_rights), result);
+    EXPECT_EQ(find_user_in_stream(&stream, sought.c_str(), name, password, &found_rights), result);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), mismatch ? "Auth Mismatch\n" : "");
-    fclose(stream);
     EXPECT_EQ(name[kUserFieldSize] + password[kUserFieldSize], 2 * 0x7f);  // nothing past them
     if (result != -2) {
       EXPECT_EQ(name, sought);

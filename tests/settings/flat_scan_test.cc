@@ -40,20 +40,20 @@ void expect_same_as_fscanf(std::string text) {
     size_t next = text.find_first_not_of(" \t\r\v\f", at + 1);
     empty_values |= next != std::string::npos && text[next] == '\n';
   }
-  FILE* ours = fmemopen(&text[0], text.size(), "r");
+  FileReader ours;
+  open_memory_reader(&ours, text.data(), text.size());
   FILE* oracle = fmemopen(&text[0], text.size(), "r");
   FlatScan scan = {};
   char key[1024] = "", value[1024] = "";
   for (int expected = 0; expected != EOF;) {
     expected = empty_values ? library_scan_with_empty_values(oracle, key, value)
                             : fscanf(oracle, "%s = %s", key, value);
-    ScanStop stop = scan_setting(ours, &scan);
+    ScanStop stop = scan_setting(&ours, &scan);
     ASSERT_EQ(stop == ScanStop::kNoKey ? EOF : stop == ScanStop::kComplete ? 2 : 1, expected);
     EXPECT_EQ(std::string(scan.key), std::string(key).substr(0, kFlatKeySize - 1));
     EXPECT_EQ(std::string(scan.value), std::string(value).substr(0, kFlatValueSize - 1));
-    EXPECT_EQ(ftell(ours), ftell(oracle));
+    EXPECT_EQ(reinterpret_cast<const char*>(ours.next) - text.data(), ftell(oracle));
   }
-  fclose(ours);
   fclose(oracle);
 }
 
@@ -90,9 +90,9 @@ constexpr FlatReader kProbeReader = {"probe.ls", 5, "end", kProbeKeys, 5, nullpt
 // The probe read from text, as "DNF_WIR/DNF/VAL/TXT/RATE".
 std::string read_probe(std::string text) {
   Probe probe = {};
-  FILE* file = fmemopen(&text[0], text.size(), "r");
-  read_flat_settings(file, kProbeReader, &probe);
-  fclose(file);
+  FileReader file;
+  open_memory_reader(&file, text.data(), text.size());
+  read_flat_settings(&file, kProbeReader, &probe);
   return std::to_string(probe.DNF_WIR) + "/" + std::to_string(probe.DNF) + "/" +
          std::to_string(probe.VAL) + "/" + probe.TXT + "/" + std::to_string(probe.RATE);
 }

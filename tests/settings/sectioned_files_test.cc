@@ -27,11 +27,11 @@ namespace camrcd {
 namespace {
 
 std::vector<std::string> pieces_of(std::string text) {
-  FILE* input = fmemopen(text.empty() ? nullptr : &text[0], text.size(), "r");
+  FileReader input;
+  open_memory_reader(&input, text.data(), text.size());
   std::vector<std::string> pieces;
-  for (Piece piece; read_piece(input, &piece);)
+  for (Piece piece; read_piece(&input, &piece);)
     pieces.emplace_back(piece.bytes, piece.length);
-  fclose(input);
   return pieces;
 }
 
@@ -169,11 +169,11 @@ TEST_F(SectionedFilesTest, RandomTextLoadsOnlyIntoItsGroupAndSavesKeepWhatTheyDo
       SectionHeaders headers;
       form_headers(group.table, false, &headers);
       std::string copy(64 * 1024, '\0');
-      FILE* input = fmemopen(text.empty() ? nullptr : &text[0], text.size(), "r");
+      FileReader input;
+      open_memory_reader(&input, text.data(), text.size());
       FILE* output = fmemopen(&copy[0], copy.size(), "w");
-      rewrite_sections(input, output, group.table, headers);
+      rewrite_sections(&input, output, group.table, headers);
       copy.resize(ftell(output));
-      fclose(input);
       fclose(output);
       size_t at = 0;
       bool after_header = false;

@@ -12,6 +12,7 @@
 
 #include "platform/console.h"
 #include "platform/dev_root.h"
+#include "platform/file_reader.h"
 #include "settings/sectioned/sectioned_file.h"
 #include "settings/settings_record.h"
 
@@ -102,17 +103,13 @@ const char* block_file_path(char* out, size_t size) {
 
 void read_block_file() {
   char path[kPathCapacity];
-  FILE* file = fopen(block_file_path(path, sizeof path), "rbe");
-  if (file == nullptr) {
+  // A shorter file leaves the rest of the map as it was.
+  if (!read_file_start(block_file_path(path, sizeof path), s.motion_block_map,
+                       kMotionBlockMapSize)) {
     console_print("Rd.Err %s\n", path);
     memset(s.motion_block_map, kDefaultBlockCell, kMotionBlockMapSize);
     s.motion_block_map[0] = kMotionBlockMarker;
-    return;
   }
-  // A shorter file leaves the rest of the map as it was.
-  size_t ignored = fread(s.motion_block_map, 1, kMotionBlockMapSize, file);
-  (void)ignored;
-  fclose(file);
 }
 
 void write_block_file() {

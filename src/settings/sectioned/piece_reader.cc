@@ -1,29 +1,11 @@
-// Pieces of at most 49 bytes, read a byte at a time through input_byte(), the one
-// place that touches the input stream.
+// Pieces of at most 49 bytes, cut from the buffered reader as fgets() would cut them.
 #include "settings/sectioned/piece_reader.h"
 
 #include <string.h>
 
 namespace camrcd {
-namespace {
-
-int input_byte(FILE* input) {
-  return getc(input);
-}
-
-}  // namespace
-
-bool read_piece(FILE* input, Piece* piece) {
-  piece->length = 0;
-  while (piece->length < kPieceCapacity) {
-    int c = input_byte(input);
-    if (c == EOF)
-      break;
-    piece->bytes[piece->length++] = static_cast<char>(c);
-    if (c == '\n')
-      break;
-  }
-  piece->bytes[piece->length] = '\0';
+bool read_piece(FileReader* input, Piece* piece) {
+  piece->length = read_line_piece(input, piece->bytes, sizeof piece->bytes);
   return piece->length > 0;
 }
 

@@ -9,6 +9,8 @@
 #include <stddef.h>
 #include <stdio.h>
 
+#include "platform/file_reader.h"
+
 namespace camrcd {
 
 inline constexpr size_t kLineBufferSize = 50;
@@ -20,7 +22,7 @@ struct Piece {
 };
 
 // Reads the next piece of input into piece. False (piece empty) when input has ended.
-bool read_piece(FILE* input, Piece* piece);
+bool read_piece(FileReader* input, Piece* piece);
 
 // Whether text occurs anywhere in the piece.
 bool piece_contains(const Piece& piece, const char* text);

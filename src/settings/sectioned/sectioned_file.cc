@@ -50,17 +50,17 @@ bool format_header(char (&out)[kHeaderBufferSize], const char* format, unsigned 
 }
 
 // The file's copy in /tmp, emptied; null (and input closed) when it can't be created.
-FILE* open_copy(const SectionedFile& file, FILE* input) {
+FILE* open_copy(const SectionedFile& file, FileReader* input) {
   char temporary[kPathCapacity];
   FILE* output = fopen(rooted_path(temporary, sizeof temporary, file.temporary), "we");
   if (output == nullptr)
-    fclose(input);
+    close_file_reader(input);
   return output;
 }
 
 // Closes both files and moves the copy into place; the move's result is not looked at.
-void move_copy(const SectionedFile& file, FILE* input, FILE* output) {
-  fclose(input);
+void move_copy(const SectionedFile& file, FileReader* input, FILE* output) {
+  close_file_reader(input);
   fclose(output);
   char line[kPathCapacity * 3];
   const char* root = dev_root_for_command();
@@ -115,7 +115,8 @@ void form_headers(const SectionedFile& file, bool for_load, SectionHeaders* head
   }
 }
 
-uint32_t scan_sections(FILE* input, const SectionedFile& file, const SectionHeaders& headers) {
+uint32_t scan_sections(FileReader* input, const SectionedFile& file,
+                       const SectionHeaders& headers) {
   uint32_t found = 0;
   int current = kOtherSection;
   Piece piece;
@@ -134,7 +135,7 @@ uint32_t scan_sections(FILE* input, const SectionedFile& file, const SectionHead
   return found;
 }
 
-void rewrite_sections(FILE* input, FILE* output, const SectionedFile& file,
+void rewrite_sections(FileReader* input, FILE* output, const SectionedFile& file,
                       const SectionHeaders& headers) {
   bool to_append[kMaxSections] = {};
   for (size_t i = 0; i < file.section_count; ++i)
@@ -177,7 +178,7 @@ void rewrite_sections(FILE* input, FILE* output, const SectionedFile& file,
   fputs("end\n\n", output);
 }
 
-void remove_sections(FILE* input, FILE* output, const SectionedFile& file, uint8_t number) {
+void remove_sections(FileReader* input, FILE* output, const SectionedFile& file, uint8_t number) {
   const SectionRule* numbered = numbered_section(file);
   char header[kHeaderBufferSize] = "";
   if (numbered == nullptr || !format_header(header, numbered->header, number != 0 ? number : 255))
@@ -210,17 +211,17 @@ void load_sectioned_file(const SectionedFile& file) {
   SectionHeaders headers;
   form_headers(file, true, &headers);
   char path[kPathCapacity];
-  FILE* input = fopen(web_path(path, sizeof path, file.path), "re");
+  FileReader input;
   uint32_t found = 0;
-  if (input == nullptr) {
+  if (!open_file_reader(&input, web_path(path, sizeof path, file.path))) {
     console_print("%s", file.read_error);
     if (file.open_failed != nullptr)
       file.open_failed();
   } else {
     if (file.opened != nullptr)
       file.opened();
-    found = scan_sections(input, file, headers);
-    fclose(input);
+    found = scan_sections(&input, file, headers);
+    close_file_reader(&input);
   }
   for (size_t i = 0; i < file.section_count; ++i) {
     bool target = headers.use[i] == SectionUse::kTarget || headers.use[i] == SectionUse::kTooLong;
@@ -232,8 +233,8 @@ void load_sectioned_file(const SectionedFile& file) {
 bool save_sectioned_file(const SectionedFile& file) {
   char path[kPathCapacity];
   web_path(path, sizeof path, file.path);
-  FILE* input = fopen(path, "re");
-  if (input == nullptr) {
+  FileReader input;
+  if (!open_file_reader(&input, path)) {
     console_print("%s", file.write_error);
     if (FILE* created = fopen(path, "we")) {
       fputs(file.default_text, created);
@@ -241,30 +242,30 @@ bool save_sectioned_file(const SectionedFile& file) {
     }
     return false;
   }
-  FILE* output = open_copy(file, input);
+  FILE* output = open_copy(file, &input);
   if (output == nullptr)
     return false;
   if (file.before_copy != nullptr)
     file.before_copy();
   SectionHeaders headers;
   form_headers(file, false, &headers);
-  rewrite_sections(input, output, file, headers);
-  move_copy(file, input, output);
+  rewrite_sections(&input, output, file, headers);
+  move_copy(file, &input, output);
   return true;
 }
 
 void remove_sectioned_section(const SectionedFile& file, uint8_t number) {
   char path[kPathCapacity];
-  FILE* input = fopen(web_path(path, sizeof path, file.path), "re");
-  if (input == nullptr) {
+  FileReader input;
+  if (!open_file_reader(&input, web_path(path, sizeof path, file.path))) {
     console_print("WR Conf. ERR. %s\n", path);
     return;
   }
-  FILE* output = open_copy(file, input);
+  FILE* output = open_copy(file, &input);
   if (output == nullptr)
     return;
-  remove_sections(input, output, file, number);
-  move_copy(file, input, output);
+  remove_sections(&input, output, file, number);
+  move_copy(file, &input, output);
 }
 
 }  // namespace camrcd

@@ -14,6 +14,7 @@
 #include <stdint.h>
 #include <stdio.h>
 
+#include "platform/file_reader.h"
 #include "settings/sectioned/value_kinds.h"
 
 namespace camrcd {
@@ -70,15 +71,15 @@ void form_headers(const SectionedFile& file, bool for_load, SectionHeaders* head
 
 // The scan of a load over input: stores the keys found in the file's sections. Returns
 // one bit per section (bit i for sections[i]) whose header was found.
-uint32_t scan_sections(FILE* input, const SectionedFile& file, const SectionHeaders& headers);
+uint32_t scan_sections(FileReader* input, const SectionedFile& file, const SectionHeaders& headers);
 
 // The copy of a save from input to output, targets appended at the end.
-void rewrite_sections(FILE* input, FILE* output, const SectionedFile& file,
+void rewrite_sections(FileReader* input, FILE* output, const SectionedFile& file,
                       const SectionHeaders& headers);
 
 // The copy of a delete (number not 0: the section of that number dropped) or a reset
 // (number 0: the reset text, then the section of number 255 as it stands).
-void remove_sections(FILE* input, FILE* output, const SectionedFile& file, uint8_t number);
+void remove_sections(FileReader* input, FILE* output, const SectionedFile& file, uint8_t number);
 
 // A group's load: prints the read message when the file can't be opened; a target not
 // found (or every target, when the file can't be opened) gets its defaults.
