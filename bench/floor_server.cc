@@ -1,0 +1,62 @@
+// The floor of the login and request figures: a server shaped like the daemon (one
+// thread per connection) that sends the 4-byte greeting, takes the login's two
+// 268-byte messages, answering the first with 268 bytes and the second with an 8-byte
+// verdict, then answers every 32-byte request with 143 bytes, until the client
+// closes. No crypto, no files, no locks: what the machine's loopback and threads cost.
+//
+//   floor_server PORT
+#include <netinet/in.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "auth/auth_message.h"
+#include "client/client_socket.h"
+#include "control/request_header.h"
+
+namespace {
+
+constexpr size_t kReplySize = 143;
+
+void serve(int socket) {
+  uint8_t message[camrcd::kAuthMessageSize] = {'1', '0', '0', '0'};
+  uint8_t request[camrcd::kRequestHeaderSize];
+  uint8_t reply[kReplySize] = {};
+  bool open = camrcd::client_send(socket, message, 4) == 0 &&
+              camrcd::client_recv(socket, message, sizeof message) > 0 &&
+              camrcd::client_send(socket, message, sizeof message) == 0 &&
+              camrcd::client_recv(socket, message, sizeof message) > 0 &&
+              camrcd::client_send(socket, message, camrcd::kAuthVerdictSize) == 0;
+  while (open && camrcd::client_recv(socket, request, sizeof request) > 0)
+    open = camrcd::client_send(socket, reply, sizeof reply) == 0;
+  close(socket);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2) {
+    fprintf(stderr, "usage: floor_server PORT\n");
+    return 2;
+  }
+  int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  int on = 1;
+  setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  sockaddr_in address = {};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(static_cast<uint16_t>(atoi(argv[1])));
+  if (bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+      listen(listener, 16) != 0) {
+    perror("floor_server");
+    return 1;
+  }
+  for (;;) {
+    int socket = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+    if (socket >= 0)
+      std::thread(serve, socket).detach();
+  }
+}

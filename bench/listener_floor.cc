@@ -1,0 +1,47 @@
+// The floor of the start-up figure: runs one "sh -c" line (the daemon's "mkdir -p"),
+// then listens on PORT and accepts, closing each connection, until it is killed.
+//
+//   listener_floor PORT DIRECTORY
+#include <netinet/in.h>
+#include <spawn.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <string>
+
+extern char** environ;
+
+int main(int argc, char** argv) {
+  if (argc != 3) {
+    fprintf(stderr, "usage: listener_floor PORT DIRECTORY\n");
+    return 2;
+  }
+  std::string line = std::string("mkdir -p ") + argv[2];
+  char shell_name[] = "sh";
+  char option[] = "-c";
+  char* arguments[] = {shell_name, option, &line[0], nullptr};
+  pid_t pid;
+  int status;
+  if (posix_spawn(&pid, "/bin/sh", nullptr, nullptr, arguments, environ) == 0)
+    waitpid(pid, &status, 0);
+  int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  int on = 1;
+  setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  sockaddr_in address = {};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<uint16_t>(atoi(argv[1])));
+  if (bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+      listen(listener, 16) != 0) {
+    perror("listener_floor");
+    return 1;
+  }
+  for (;;) {
+    int socket = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+    if (socket >= 0)
+      close(socket);
+  }
+}
