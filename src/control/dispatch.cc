@@ -36,7 +36,7 @@ using Guard = std::lock_guard<std::mutex>;
 // A valid motion payload: the block map, then 0x55 0xAA.
 constexpr size_t kMotionPayloadSize = kMotionBlockMapSize + 2;
 constexpr uint32_t kReadReplyWait = 5000;  // microseconds
-constexpr uint8_t kDefaultPreset = 255;  // neither moved to nor put into the pan/tilt head
+constexpr uint8_t kDefaultPreset = 255;    // neither moved to nor put into the pan/tilt head
 constexpr uint8_t kPresetClearAll = 0x20;
 constexpr uint8_t kPresetClearOne = 0x02;
 
@@ -208,9 +208,18 @@ RequestOutcome stream_settings_write(const Request& r, const PlainWrite*) {
       r.masks->save |= kSaveVideo;
     }
   }
-  copy_fields(kStreamMpegWriteFields, r.header);
-  copy_fields(kStreamJpegWriteFields, r.header);
-  r.masks->save |= kSaveMpegFileVideo | kSaveJpegFile;
+  // The mpeg and jpeg files in the save table's order, each copy and save under one
+  // hold of its group's lock: no reload comes between them and undoes the copy.
+  struct CopyAndSave {
+    const FieldCopyTable* fields;
+    uint32_t save;
+  };
+  for (CopyAndSave file : {CopyAndSave{&kStreamMpegWriteFields, kSaveMpegFileVideo},
+                           CopyAndSave{&kStreamJpegWriteFields, kSaveJpegFile}}) {
+    Guard guard(*file.fields->lock);
+    copy_fields(*file.fields, r.header, file.fields->lock);
+    save_groups(file.save, 0, file.fields->lock);
+  }
   r.masks->apply |= kSaveVideo;
   save_and_apply(*r.masks);
   return RequestOutcome::kKeepServing;

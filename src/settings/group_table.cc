@@ -104,6 +104,10 @@ const GroupTable kApplyTable = table_of(kApplyRows);
 const GroupTable kExtendedApplyTable = table_of(kExtendedApplyRows);
 
 void run_group_rows(GroupTable table, uint32_t mask, const std::mutex* held) {
+  // Rows that follow each other with the same locks run under one hold of them; any
+  // other row's locks are taken only after the previous row's are released.
+  std::unique_lock<std::mutex> first, second;
+  const GroupRow* holding = nullptr;
   for (size_t i = 0; i < table.count && mask != 0; ++i) {
     const GroupRow& row = table.rows[i];
     if ((mask & row.bit) == 0)
@@ -111,11 +115,16 @@ void run_group_rows(GroupTable table, uint32_t mask, const std::mutex* held) {
     mask &= ~row.bit;
     if (row.operation == nullptr)
       continue;
-    std::unique_lock<std::mutex> first, second;
-    if (row.first_lock != nullptr)
-      first = lock_unless_held(*row.first_lock, held);
-    if (row.second_lock != nullptr)
-      second = lock_unless_held(*row.second_lock, held);
+    if (holding == nullptr || holding->first_lock != row.first_lock ||
+        holding->second_lock != row.second_lock) {
+      second = std::unique_lock<std::mutex>();
+      first = std::unique_lock<std::mutex>();
+      if (row.first_lock != nullptr)
+        first = lock_unless_held(*row.first_lock, held);
+      if (row.second_lock != nullptr)
+        second = lock_unless_held(*row.second_lock, held);
+      holding = &row;
+    }
     row.operation();
   }
 }

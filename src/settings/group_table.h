@@ -28,8 +28,9 @@ struct GroupTable {
 };
 
 // Runs, in row order, the operation of every row whose bit is in mask, each under
-// its locks. Rows with a null operation are skipped. `held` is a lock the caller
-// already holds (or null): a row takes its other lock, if any, but not that one.
+// its locks; consecutive rows with the same locks share one hold. Rows with a null
+// operation are skipped. `held` is a lock the caller already holds (or null): a row
+// takes its other lock, if any, but not that one.
 void run_group_rows(GroupTable table, uint32_t mask, const std::mutex* held = nullptr);
 
 void load_groups(uint32_t load_mask, uint32_t extended_load_mask, const std::mutex* held = nullptr);
