@@ -1,5 +1,6 @@
 // The floor of the start-up figure: runs one "sh -c" line (the daemon's "mkdir -p"),
-// then listens on PORT and accepts, closing each connection, until it is killed.
+// then listens on PORT and accepts, closing each connection, until it is killed. It
+// uses the C library alone, so no C++ runtime is loaded at its start.
 //
 //   listener_floor PORT DIRECTORY
 #include <netinet/in.h>
@@ -11,8 +12,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <string>
-
 extern char** environ;
 
 int main(int argc, char** argv) {
@@ -20,10 +19,11 @@ int main(int argc, char** argv) {
     fprintf(stderr, "usage: listener_floor PORT DIRECTORY\n");
     return 2;
   }
-  std::string line = std::string("mkdir -p ") + argv[2];
+  char line[4096];
+  snprintf(line, sizeof line, "mkdir -p %s", argv[2]);
   char shell_name[] = "sh";
   char option[] = "-c";
-  char* arguments[] = {shell_name, option, &line[0], nullptr};
+  char* arguments[] = {shell_name, option, line, nullptr};
   pid_t pid;
   int status;
   if (posix_spawn(&pid, "/bin/sh", nullptr, nullptr, arguments, environ) == 0)
