@@ -62,10 +62,10 @@ void select_sections(const SectionedFile& file, uint8_t selector) {
   }
 }
 
-FILE* reader_of(const std::string& text) {
-  // fmemopen refuses a size of 0; an empty file is a file that ends at once.
-  return text.empty() ? fopen("/dev/null", "re")
-                      : fmemopen(const_cast<char*>(text.data()), text.size(), "r");
+FileReader reader_of(const std::string& text) {
+  FileReader reader;
+  open_memory_reader(&reader, text.data(), text.size());
+  return reader;
 }
 
 // The runs of pieces a rewrite must copy unchanged, worked out apart from the rewrite:
@@ -74,11 +74,11 @@ FILE* reader_of(const std::string& text) {
 std::vector<std::string> runs_not_owned(const Input& input, const SectionHeaders& headers) {
   std::vector<std::string> runs;
   bool in_run = false;
-  FILE* reader = reader_of(input.text);
+  FileReader reader = reader_of(input.text);
   Piece piece;
   bool seen_header = false;
   bool owned = false;
-  for (int count = 0; count < kPieceBound && read_piece(reader, &piece); ++count) {
+  for (int count = 0; count < kPieceBound && read_piece(&reader, &piece); ++count) {
     if (piece.length > 0 && piece.bytes[0] == '[') {
       seen_header = true;
       owned = false;
@@ -98,7 +98,6 @@ std::vector<std::string> runs_not_owned(const Input& input, const SectionHeaders
     runs.back().append(piece.bytes, piece.length);
     in_run = true;
   }
-  fclose(reader);
   return runs;
 }
 
@@ -107,11 +106,10 @@ void check_rewrite(const Input& input) {
   form_headers(*input.file, false, &headers);
   char* written = nullptr;
   size_t written_size = 0;
-  FILE* reader = reader_of(input.text);
+  FileReader reader = reader_of(input.text);
   FILE* writer = open_memstream(&written, &written_size);
-  fuzz_check(reader != nullptr && writer != nullptr, "no memory stream");
-  rewrite_sections(reader, writer, *input.file, headers);
-  fclose(reader);
+  fuzz_check(writer != nullptr, "no memory stream");
+  rewrite_sections(&reader, writer, *input.file, headers);
   fclose(writer);
   std::string output(written, written_size);
   free(written);
@@ -127,9 +125,8 @@ void check_rewrite(const Input& input) {
 void check_scan(const Input& input) {
   SectionHeaders headers;
   form_headers(*input.file, true, &headers);
-  FILE* reader = reader_of(input.text);
-  scan_sections(reader, *input.file, headers);
-  fclose(reader);
+  FileReader reader = reader_of(input.text);
+  scan_sections(&reader, *input.file, headers);
   for (const char* text : {settings.preset.name, settings.alarmin.name, settings.alarmout.name})
     fuzz_check(text_terminated(text, kSectionTextFieldSize), "a section text lost its zero");
 }
@@ -137,10 +134,9 @@ void check_scan(const Input& input) {
 void run_remove(const Input& input) {
   char* written = nullptr;
   size_t written_size = 0;
-  FILE* reader = reader_of(input.text);
+  FileReader reader = reader_of(input.text);
   FILE* writer = open_memstream(&written, &written_size);
-  remove_sections(reader, writer, *input.file, input.number);
-  fclose(reader);
+  remove_sections(&reader, writer, *input.file, input.number);
   fclose(writer);
   free(written);
 }
