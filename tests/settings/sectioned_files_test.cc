@@ -1,8 +1,7 @@
-// Every sectioned file's load and save fed random text (headers, keys, the words the
-// value kinds look for, long runs, random bytes, cut anywhere): a load changes nothing
-// outside its group and leaves its texts terminated; a save keeps, in order, every
-// piece after the first header and before the first "end" that holds none of the
-// file's keys.
+// Every sectioned file's load fed random text (headers, keys, the words the value
+// kinds look for, long runs, random bytes, cut anywhere): a load changes nothing
+// outside its group and leaves its texts terminated. What a save keeps of such text is
+// the sectioned-file fuzz target's check.
 #include <gtest/gtest.h>
 #include <stdio.h>
 #include <string.h>
@@ -25,15 +24,6 @@
 
 namespace camrcd {
 namespace {
-
-std::vector<std::string> pieces_of(std::string text) {
-  FileReader input;
-  open_memory_reader(&input, text.data(), text.size());
-  std::vector<std::string> pieces;
-  for (Piece piece; read_piece(&input, &piece);)
-    pieces.emplace_back(piece.bytes, piece.length);
-  return pieces;
-}
 
 class SectionedFilesTest : public ::testing::Test {
  protected:
@@ -94,20 +84,7 @@ struct Group {
   std::vector<std::pair<void*, size_t>> fields;
 };
 
-// Whether a piece is one the save may replace: it holds a key of the file, or the
-// version line.
-bool holds_key(const std::string& piece, const SectionedFile& file) {
-  for (size_t i = 0; i < file.section_count; ++i) {
-    const SectionRule& section = file.sections[i];
-    for (size_t k = 0; k < section.key_count; ++k) {
-      if (piece.find(section.keys[k].name) != std::string::npos)
-        return true;
-    }
-  }
-  return piece.find("version") != std::string::npos;
-}
-
-TEST_F(SectionedFilesTest, RandomTextLoadsOnlyIntoItsGroupAndSavesKeepWhatTheyDoNotOwn) {
+TEST_F(SectionedFilesTest, RandomTextLoadsOnlyIntoItsGroup) {
   SettingsRecord& s = settings;
   const Group groups[] = {
       {"kelda2/env_autorun.ls",
@@ -163,32 +140,6 @@ TEST_F(SectionedFilesTest, RandomTextLoadsOnlyIntoItsGroupAndSavesKeepWhatTheyDo
       ASSERT_EQ(memcmp(&expected, &settings, sizeof settings), 0) << "round " << round;
       for (const char* name : {s.preset.name, s.alarmin.name, s.alarmout.name})
         ASSERT_TRUE(memchr(name, 0, kSectionTextFieldSize)) << "round " << round;
-
-      // A save: every piece after the first header and before the first "end" that
-      // holds no key of the file stands in the copy, in order.
-      SectionHeaders headers;
-      form_headers(group.table, false, &headers);
-      std::string copy(64 * 1024, '\0');
-      FileReader input;
-      open_memory_reader(&input, text.data(), text.size());
-      FILE* output = fmemopen(&copy[0], copy.size(), "w");
-      rewrite_sections(&input, output, group.table, headers);
-      copy.resize(ftell(output));
-      fclose(output);
-      size_t at = 0;
-      bool after_header = false;
-      std::vector<std::string> pieces = pieces_of(text);
-      for (size_t i = 0; i < pieces.size() && i < static_cast<size_t>(kPieceBound); ++i) {
-        const std::string& piece = pieces[i];
-        after_header = after_header || piece[0] == '[';
-        if (piece.find("end") != std::string::npos)
-          break;
-        if (!after_header || holds_key(piece, group.table))
-          continue;
-        at = copy.find(piece, at);
-        ASSERT_NE(at, std::string::npos) << "round " << round << ": lost [" << piece << "]";
-        at += piece.size();
-      }
     }
   }
 }
