@@ -5,10 +5,8 @@
 // closes. No crypto, no files, no locks: what the machine's loopback and threads cost.
 //
 //   floor_server PORT
-#include <netinet/in.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <thread>
@@ -16,6 +14,7 @@
 #include "auth/auth_message.h"
 #include "client/client_socket.h"
 #include "control/request_header.h"
+#include "floor_listener.h"
 
 namespace {
 
@@ -42,18 +41,9 @@ int main(int argc, char** argv) {
     fprintf(stderr, "usage: floor_server PORT\n");
     return 2;
   }
-  int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  int on = 1;
-  setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-  sockaddr_in address = {};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  address.sin_port = htons(static_cast<uint16_t>(atoi(argv[1])));
-  if (bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-      listen(listener, 16) != 0) {
-    perror("floor_server");
+  int listener = floor_listen(argv[1], "floor_server");
+  if (listener < 0)
     return 1;
-  }
   for (;;) {
     int socket = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
     if (socket >= 0)

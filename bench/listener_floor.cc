@@ -3,14 +3,14 @@
 // uses the C library alone, so no C++ runtime is loaded at its start.
 //
 //   listener_floor PORT DIRECTORY
-#include <netinet/in.h>
 #include <spawn.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "floor_listener.h"
 
 extern char** environ;
 
@@ -28,17 +28,9 @@ int main(int argc, char** argv) {
   int status;
   if (posix_spawn(&pid, "/bin/sh", nullptr, nullptr, arguments, environ) == 0)
     waitpid(pid, &status, 0);
-  int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  int on = 1;
-  setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-  sockaddr_in address = {};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<uint16_t>(atoi(argv[1])));
-  if (bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-      listen(listener, 16) != 0) {
-    perror("listener_floor");
+  int listener = floor_listen(argv[1], "listener_floor");
+  if (listener < 0)
     return 1;
-  }
   for (;;) {
     int socket = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
     if (socket >= 0)
