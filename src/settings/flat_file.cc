@@ -118,6 +118,10 @@ bool line_ends_after_equals(FileReader* file) {
 ScanStop scan_setting(FileReader* file, FlatScan* scan) {
   if (!scan_word(file, scan->key, sizeof scan->key))
     return ScanStop::kNoKey;
+  return scan_after_key(file, scan);
+}
+
+ScanStop scan_after_key(FileReader* file, FlatScan* scan) {
   skip_space(file);
   int c = read_byte(file);
   if (c != '=') {
@@ -142,10 +146,13 @@ uint32_t read_flat_settings(FileReader* file, const FlatReader& reader, void* gr
   scan.value[0] = '\0';
   uint32_t matched = 0;
   for (int i = 0; i < reader.scan_bound; ++i) {
-    if (scan_setting(file, &scan) == ScanStop::kNoKey)
+    if (!scan_word(file, scan.key, sizeof scan.key))
       break;
+    // The terminator ends the loop as soon as its word is read: the rest of its scan
+    // could change nothing the loop keeps, and the file is not read past it.
     if (reader.terminator != nullptr && strncmp(scan.key, reader.terminator, 3) == 0)
       break;
+    scan_after_key(file, &scan);
     int index = match_key(reader, scan.key);
     if (index < 0)
       continue;

@@ -117,6 +117,9 @@ struct FlatScan {
 // the line feed unread, where the library would take the next line's first word.
 ScanStop scan_setting(FileReader* file, FlatScan* scan);
 
+// The rest of scan_setting once the key is in scan->key: the "=" and the value.
+ScanStop scan_after_key(FileReader* file, FlatScan* scan);
+
 // The reader's loop over an open file: at most reader.scan_bound scans, ended early
 // by the terminator or the end of input; each matching key's value is converted into
 // group. Returns one bit per key (bit i for keys[i]) that matched at least once.
