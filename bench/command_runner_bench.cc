@@ -10,7 +10,7 @@
 
 #include <chrono>
 
-#include "actions/command_runner.h"
+#include "platform/command_runner.h"
 #include "platform/console.h"
 
 extern char** environ;

@@ -11,10 +11,10 @@
 
 #include <thread>
 
-#include "auth/auth_message.h"
 #include "client/client_socket.h"
-#include "control/request_header.h"
 #include "floor_listener.h"
+#include "protocol/login_message.h"
+#include "protocol/wire_format.h"
 
 namespace {
 

@@ -30,11 +30,11 @@
 #include <thread>
 #include <vector>
 
-#include "auth/auth_message.h"
 #include "client/client_login.h"
 #include "client/client_request.h"
 #include "client/client_socket.h"
-#include "control/request_header.h"
+#include "protocol/login_message.h"
+#include "protocol/wire_format.h"
 
 namespace camrcd {
 namespace {
@@ -60,8 +60,8 @@ constexpr size_t kFloorReplySize = 143;
 
 // 1 when the request of the options is answered by the server, else 0.
 int request_answered(const Options& options) {
-  const RequestKind* kind = find_request_kind(options.request.c_str());
-  return kind == nullptr || kind->answered ? 1 : 0;
+  const auto* table = find_request_named(options.request.c_str());
+  return table == nullptr || table->answer != MessageId::kCount ? 1 : 0;
 }
 
 // The request the options name; false when the name is unknown.
@@ -70,10 +70,10 @@ bool build_request(const std::string& name, RequestHeader* request) {
     *request = make_reload_request(static_cast<uint16_t>(strtoul(name.c_str() + 7, nullptr, 0)));
     return true;
   }
-  const RequestKind* kind = find_request_kind(name.c_str());
-  if (kind == nullptr)
+  const auto* table = find_request_named(name.c_str());
+  if (table == nullptr)
     return false;
-  *request = make_request(kind->command_class, kind->sub);
+  *request = make_request(table->id);
   return true;
 }
 
@@ -175,7 +175,7 @@ bool run_session(const Options& options, Totals* totals, Latencies* latencies) {
     ++totals->requests;
   }
   if (!options.floor) {
-    send_request(socket, make_request(kClassInformation, kSubClose));
+    send_request(socket, make_request(MessageId::kCloseRequest));
     read_reply(socket, &reply);
   }
   close(socket);

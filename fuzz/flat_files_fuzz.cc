@@ -10,8 +10,8 @@
 #include <iterator>
 #include <string>
 
-#include "settings/group_masks.h"
-#include "settings/group_table.h"
+#include "groups/group_masks.h"
+#include "groups/group_table.h"
 #include "settings/settings_record.h"
 #include "support/fuzz_support.h"
 

@@ -10,9 +10,9 @@
 
 #include <string>
 
-#include "auth/auth_message.h"
 #include "client/client_login.h"
 #include "control/connection.h"
+#include "protocol/login_message.h"
 #include "settings/settings_record.h"
 #include "support/fuzz_support.h"
 

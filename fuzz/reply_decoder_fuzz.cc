@@ -9,8 +9,8 @@
 #include "client/client_request.h"
 #include "client/reply_fields.h"
 #include "control/replies.h"
-#include "settings/group_masks.h"
-#include "settings/group_table.h"
+#include "groups/group_masks.h"
+#include "groups/group_table.h"
 #include "settings/settings_record.h"
 #include "support/fuzz_support.h"
 
@@ -19,10 +19,7 @@ namespace {
 
 void decode(const uint8_t* reply, size_t length) {
   static DecodedReply decoded;
-  for (auto decoder : {decode_reply, decode_device_info, decode_motion_reply,
-                       decode_alarm_link_reply, decode_preset_reply}) {
-    if (decoder(reply, length, &decoded) != 0)
-      continue;
+  if (decode_reply(reply, length, &decoded) == 0) {
     fuzz_check(decoded.count <= kMaxReplyFields, "more fields than the table holds");
     for (size_t i = 0; i < decoded.count; i++) {
       const FieldValue& field = decoded.fields[i];
@@ -31,9 +28,9 @@ void decode(const uint8_t* reply, size_t length) {
   }
 }
 
-std::string reply_bytes(size_t (*build)(uint8_t*, uint16_t)) {
+std::string reply_bytes(MessageId id) {
   static uint8_t buffer[kConnectionBufferSize];
-  return std::string(reinterpret_cast<char*>(buffer), build(buffer, 0));
+  return std::string(reinterpret_cast<char*>(buffer), build_reply(id, buffer, 0));
 }
 
 }  // namespace
@@ -50,14 +47,14 @@ void fuzz_seeds() {
     load_groups(type == 1 ? kStartupLoadMaskFixedCamera : kStartupLoadMaskOther | kLoadMotion,
                 type == 1 ? 0 : kLoadPreset2 | kLoadAlarm2 | kLoadMd2);
     std::string suffix = "-type" + std::to_string(type);
-    write_seed("info" + suffix, reply_bytes(build_device_info_reply));
-    write_seed("motion" + suffix, reply_bytes(build_motion_reply));
+    write_seed("info" + suffix, reply_bytes(MessageId::kInfoReply));
+    write_seed("motion" + suffix, reply_bytes(MessageId::kMotionReply));
   }
-  write_seed("alarm-link", reply_bytes(build_alarm_link_reply));
-  write_seed("preset", reply_bytes(build_preset_reply));
+  write_seed("alarm-link", reply_bytes(MessageId::kAlarmLinkReply));
+  write_seed("preset", reply_bytes(MessageId::kPresetReply));
   settings.motion_map_valid = 0;
-  write_seed("motion-no-map", reply_bytes(build_motion_reply));
-  write_seed("close", reply_bytes(build_close_reply));
+  write_seed("motion-no-map", reply_bytes(MessageId::kMotionReply));
+  write_seed("close", reply_bytes(MessageId::kCloseReply));
 }
 
 }  // namespace camrcd

@@ -47,13 +47,15 @@ void fuzz_setup() {
 void fuzz_seeds() {
   const uint8_t kFields[] = {2, 1, 2, 30, 1, 3, 1, 1, 1, 2, 2, 1, 3, 'L', 'o', 'b', 'b', 'y'};
   for (char type : {'\x01', '\x02'}) {
-    for (size_t i = 0; i < kRequestKindCount; i++) {
-      const RequestKind& kind = kRequestKinds[i];
-      RequestHeader header = make_request(kind.command_class, kind.sub);
+    for (size_t i = 0; i < kRequestCount; i++) {
+      const MessageSpec& kind = message(static_cast<MessageId>(i));
+      if (kind.id == MessageId::kReloadRequest)
+        continue;
+      RequestHeader header = make_request(kind.id);
       memcpy(header.bytes + 4, kFields, sizeof kFields);
       std::string payload;
-      if (kind.command_class == kClassEvent && kind.sub == kSubMotionWrite) {
-        request_set_u16(&header, 6, kMotionBlockMapSize + 2);
+      if (kind.id == MessageId::kMotionWrite) {
+        request_set_u16(&header, 6, kMotionPayloadSize);
         payload = "P" + std::string(kMotionBlockMapSize - 1, '\x01') + "\x55\xAA";
       }
       write_seed(std::string("type") + char('0' + type) + "-" + kind.name,

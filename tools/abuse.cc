@@ -29,11 +29,10 @@
 #include <thread>
 #include <vector>
 
-#include "auth/auth_message.h"
 #include "client/client_login.h"
 #include "client/client_request.h"
 #include "client/client_socket.h"
-#include "control/request_header.h"
+#include "protocol/login_message.h"
 
 namespace camrcd {
 namespace {
@@ -126,14 +125,14 @@ int bad_prefixes(const Options& o, int socket, long n) {
 }
 
 int truncated_header(const Options& o, int socket, long n) {
-  RequestHeader info = make_request(kClassInformation, kSubDeviceInfo);
+  RequestHeader info = make_request(MessageId::kInfoRequest);
   if (logged_in(o, socket))
     client_send(socket, info.bytes, 1 + n % (kRequestHeaderSize - 1));
   return 0;
 }
 
 int short_motion_payload(const Options& o, int socket, long n) {
-  RequestHeader motion = make_request(kClassEvent, kSubMotionWrite);
+  RequestHeader motion = make_request(MessageId::kMotionWrite);
   request_set_u16(&motion, 6, 0xFFFF);
   std::vector<uint8_t> payload(n * 331 % 9000, 0x01);
   if (logged_in(o, socket))
@@ -284,10 +283,11 @@ bool served_well(const Options& o) {
   int socket = client_connect(o.host.c_str(), static_cast<uint16_t>(o.port));
   Reply reply;
   bool served = socket >= 0 && logged_in(o, socket) &&
-                send_request(socket, make_request(kClassInformation, kSubDeviceInfo)) == 0 &&
+                send_request(socket, make_request(MessageId::kInfoRequest)) == 0 &&
                 read_reply(socket, &reply) > static_cast<int32_t>(kReplyHeaderSize) &&
-                reply.bytes[kReplySub] == kReplyDeviceInfo && reply_trailer_ok(reply) &&
-                send_request(socket, make_request(kClassInformation, kSubClose)) == 0 &&
+                reply.bytes[kReplySub] == message(MessageId::kInfoReply).sub &&
+                reply_trailer_ok(reply) &&
+                send_request(socket, make_request(MessageId::kCloseRequest)) == 0 &&
                 read_reply(socket, &reply) == static_cast<int32_t>(kReplyHeaderSize) &&
                 client_wait_closed(socket, kClientTimeoutMs);
   if (socket >= 0)

@@ -1,4 +1,4 @@
-// The fuzz targets link this file in place of actions/command_runner.cc and
+// The fuzz targets link this file in place of platform/command_runner.cc and
 // platform/pause.cc: no command line starts a program and no pause waits, so an input
 // runs in microseconds whatever requests it makes, and nothing on the machine is ever
 // started. Each command line is checked instead: it opens as one of the server's
@@ -10,7 +10,7 @@
 
 #include <string>
 
-#include "actions/command_runner.h"
+#include "platform/command_runner.h"
 #include "platform/dev_root.h"
 #include "platform/pause.h"
 #include "settings/settings_record.h"

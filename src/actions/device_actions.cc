@@ -9,7 +9,7 @@
 
 #include <mutex>
 
-#include "actions/command_runner.h"
+#include "platform/command_runner.h"
 #include "platform/dev_root.h"
 #include "platform/pause.h"
 #include "platform/shell_word.h"

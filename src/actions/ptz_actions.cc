@@ -5,9 +5,9 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "actions/command_runner.h"
 #include "actions/device_actions.h"
 #include "actions/local_notifier.h"
+#include "platform/command_runner.h"
 #include "platform/dev_root.h"
 #include "platform/shell_word.h"
 

@@ -9,8 +9,8 @@
 #include "auth/des.h"
 #include "auth/nonce.h"
 #include "auth/user_list.h"
-#include "control/net_io.h"
 #include "platform/console.h"
+#include "platform/net_io.h"
 
 namespace camrcd {
 namespace {

@@ -7,8 +7,8 @@
 
 #include <stdint.h>
 
-#include "auth/auth_message.h"
-#include "control/net_io.h"
+#include "platform/net_io.h"
+#include "protocol/login_message.h"
 
 namespace camrcd {
 

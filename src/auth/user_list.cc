@@ -6,10 +6,10 @@
 
 #include <string.h>
 
-#include "auth/auth_message.h"
 #include "platform/console.h"
 #include "platform/decimal.h"
 #include "platform/dev_root.h"
+#include "protocol/login_message.h"
 
 namespace camrcd {
 namespace {

@@ -2,7 +2,7 @@
 // nonce, the user name), reads the 268-byte answer (a refusal, or a challenge with
 // the server's nonce), sends the response (the password mixed with the server's nonce
 // and DES-sealed under the built-in key, length 260) and reads the 8-byte verdict.
-// Message layout: auth/auth_message.h. Builders and readers are pure functions over
+// Message layout: protocol/login_message.h. Builders and readers are pure functions over
 // a buffer; the step functions each do one send or receive, so tests can stop after
 // any step.
 #ifndef CAMRCD_CLIENT_CLIENT_LOGIN_H_
@@ -11,7 +11,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#include "auth/auth_message.h"
+#include "protocol/login_message.h"
 
 namespace camrcd {
 

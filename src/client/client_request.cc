@@ -1,5 +1,5 @@
-// Client requests and replies: the table of named requests, header builders and the
-// reply reader.
+// Client requests and replies: header builders over the request tables, and the reply
+// reader.
 #include "client/client_request.h"
 
 #include <string.h>
@@ -8,38 +8,6 @@
 
 namespace camrcd {
 
-const RequestKind kRequestKinds[] = {
-    {"info", kClassInformation, kSubDeviceInfo, true},
-    {"motion-read", kClassInformation, kSubMotionRead, true},
-    {"alarm-link-read", kClassInformation, kSubAlarmLinkRead, true},
-    {"preset-read", kClassInformation, kSubPresetRead, true},
-    {"close", kClassInformation, kSubClose, true},
-    {"video", kClassStream, kSubVideoResolution, false},
-    {"mpeg", kClassStream, kSubMpeg, false},
-    {"jpeg", kClassStream, kSubJpeg, false},
-    {"autorun", kClassStream, kSubAutorun, false},
-    {"stream", kClassStream, kSubStreamSettings, false},
-    {"motion", kClassEvent, kSubMotionWrite, false},
-    {"alarm", kClassEvent, kSubAlarm, false},
-    {"alarm-link", kClassEvent, kSubAlarmLink, false},
-    {"preset", kClassEvent, kSubPreset, false},
-    {"osd", kClassOverlay, kSubOsd, false},
-    {"title", kClassOverlay, kSubTitle, false},
-    {"privacy", kClassOverlay, kSubPrivacy, false},
-    {"picture", kClassCamera, kSubPicture, false},
-    {"white-balance", kClassCamera, kSubWhiteBalance, false},
-    {"camcontrol2", kClassCamera, kSubCamcontrol2, false},
-};
-const size_t kRequestKindCount = sizeof(kRequestKinds) / sizeof(kRequestKinds[0]);
-
-const RequestKind* find_request_kind(const char* name) {
-  for (size_t i = 0; i < kRequestKindCount; i++) {
-    if (strcmp(kRequestKinds[i].name, name) == 0)
-      return &kRequestKinds[i];
-  }
-  return nullptr;
-}
-
 RequestHeader make_request(uint8_t command_class, uint8_t sub) {
   RequestHeader header;
   memset(header.bytes, 0, sizeof(header.bytes));
@@ -47,7 +15,14 @@ RequestHeader make_request(uint8_t command_class, uint8_t sub) {
   header.bytes[kRequestPrefixLow] = static_cast<uint8_t>(kRequestPrefix);
   header.bytes[kRequestClass] = command_class;
   header.bytes[kRequestSub] = sub;
+  const MessageSpec* spec = find_request(command_class, sub);
+  header.id = spec != nullptr ? spec->id : MessageId::kCount;
   return header;
+}
+
+RequestHeader make_request(MessageId id) {
+  const MessageSpec& spec = message(id);
+  return make_request(spec.command_class, spec.sub);
 }
 
 RequestHeader make_reload_request(uint16_t group_bits) {
@@ -64,15 +39,53 @@ void request_set_u16(RequestHeader* header, size_t offset, uint16_t value) {
     write_le16(header->bytes + offset, value);
 }
 
-void request_set_version(RequestHeader* header, size_t offset, uint8_t major, uint8_t minor) {
-  request_set_u16(header, offset, static_cast<uint16_t>(major << 8 | minor));
-}
-
 void request_set_text(RequestHeader* header, size_t offset, size_t width, const char* text) {
   if (offset > kRequestHeaderSize || width > kRequestHeaderSize - offset)
     return;
   memset(header->bytes + offset, 0, width);
   memcpy(header->bytes + offset, text, strnlen(text, width));
+}
+
+namespace {
+
+// The row of `field` in the header's request, when it lies within the header.
+const WireRow* header_row(const RequestHeader& header, Field field) {
+  if (header.id == MessageId::kCount)
+    return nullptr;
+  const WireRow* row = find_row(message(header.id), field);
+  return row != nullptr && row->offset + row->width <= kRequestHeaderSize ? row : nullptr;
+}
+
+}  // namespace
+
+bool request_set(RequestHeader* header, Field field, uint32_t value) {
+  const WireRow* row = header_row(*header, field);
+  if (row == nullptr)
+    return false;
+  switch (row->kind) {
+    case WireKind::kByte:
+      request_set_byte(header, row->offset, static_cast<uint8_t>(value));
+      return true;
+    case WireKind::kLe16:
+    case WireKind::kVersion:  // minor first: major * 256 + minor, little-endian
+      request_set_u16(header, row->offset, static_cast<uint16_t>(value));
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool request_set_text(RequestHeader* header, Field field, const char* text) {
+  const WireRow* row = header_row(*header, field);
+  if (row == nullptr || row->kind != WireKind::kText)
+    return false;
+  request_set_text(header, row->offset, row->width, text);
+  return true;
+}
+
+uint32_t request_get(const RequestHeader& header, Field field) {
+  const WireRow* row = header_row(header, field);
+  return row != nullptr ? row_number(*row, header.bytes) : 0;
 }
 
 int32_t send_request(int socket, const RequestHeader& header, const uint8_t* payload,

@@ -1,50 +1,42 @@
-// Request headers as a client builds them, and replies as a client reads them. The
-// header layouts are those of control/request_header.h: a request is a 32-byte header
-// (prefix 0x77 0x33, class, sub-command, fields), a motion write adds its payload; a
-// reply is a 32-byte header whose bytes 0-1 give the payload length, then the
-// payload, which ends with 0x55 0xAA.
+// Request headers as a client builds them, and replies as a client reads them. A
+// request is a 32-byte header (protocol/wire_format.h) whose fields stand where the
+// request's table says (protocol/messages.h); a motion write adds its payload. A reply
+// is a 32-byte header whose bytes 0-1 give the payload length, then the payload, which
+// ends with 0x55 0xAA.
 #ifndef CAMRCD_CLIENT_CLIENT_REQUEST_H_
 #define CAMRCD_CLIENT_CLIENT_REQUEST_H_
 
 #include <stddef.h>
 #include <stdint.h>
 
-#include "control/request_header.h"
+#include "protocol/messages.h"
 
 namespace camrcd {
 
 struct RequestHeader {
   uint8_t bytes[kRequestHeaderSize];
+  MessageId id;  // the request the class and sub-command name
 };
-
-// A named request: the camrc tool and the tests pick requests by name.
-struct RequestKind {
-  const char* name;
-  uint8_t command_class;
-  uint8_t sub;
-  bool answered;  // the server sends a reply
-};
-
-// Every request of the protocol, the reload request aside (make_reload_request).
-extern const RequestKind kRequestKinds[];
-extern const size_t kRequestKindCount;
-
-// The entry named `name`, or nullptr.
-const RequestKind* find_request_kind(const char* name);
 
 // A header with the prefix, class and sub-command; every field byte 0.
+RequestHeader make_request(MessageId id);
+// The same for any class and sub-command, known or not.
 RequestHeader make_request(uint8_t command_class, uint8_t sub);
-
 // A reload request: bytes 2-3 are the group bit set, big-endian.
 RequestHeader make_reload_request(uint16_t group_bits);
 
-// Field setters; offsets count from the start of the header. Out-of-range fields are
-// not written.
+// A field of the request, where its table puts it: a number (a version as major * 256
+// + minor) or a text (zero-filled, at most the field's width in characters). False
+// when the request has no such field.
+bool request_set(RequestHeader* header, Field field, uint32_t value);
+bool request_set_text(RequestHeader* header, Field field, const char* text);
+// The number a field holds, 0 when the request has no such field.
+uint32_t request_get(const RequestHeader& header, Field field);
+
+// Raw setters by offset from the start of the header, for bytes no table names.
+// Out-of-range bytes are not written.
 void request_set_byte(RequestHeader* header, size_t offset, uint8_t value);
 void request_set_u16(RequestHeader* header, size_t offset, uint16_t value);  // little-endian
-// A protocol version: minor number at offset, major number at offset + 1.
-void request_set_version(RequestHeader* header, size_t offset, uint8_t major, uint8_t minor);
-// A text field of `width` bytes: zero-filled, then at most `width` characters.
 void request_set_text(RequestHeader* header, size_t offset, size_t width, const char* text);
 
 // Sends the header, then `payload_length` bytes of payload (none when 0).

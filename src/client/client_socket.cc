@@ -13,8 +13,8 @@
 #include <time.h>
 #include <unistd.h>
 
-#include "auth/auth_message.h"
-#include "control/net_io.h"
+#include "platform/net_io.h"
+#include "protocol/wire_format.h"
 
 namespace camrcd {
 

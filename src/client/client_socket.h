@@ -1,6 +1,6 @@
 // The client's side of a control connection: connecting, the greeting, and whole
 // sends and receives with a time limit, so that no caller waits for ever on a silent
-// server. Results follow the socket operations' codes (control/net_io.h); a receive
+// server. Results follow the socket operations' codes (platform/net_io.h); a receive
 // that runs out of time gives kResultWouldBlock.
 #ifndef CAMRCD_CLIENT_CLIENT_SOCKET_H_
 #define CAMRCD_CLIENT_CLIENT_SOCKET_H_

@@ -16,12 +16,11 @@
 #include <mutex>
 
 #include "auth/auth_exchange.h"
-#include "auth/auth_message.h"
 #include "control/build_options.h"
 #include "control/dispatch.h"
-#include "control/net_io.h"
-#include "control/request_header.h"
 #include "platform/console.h"
+#include "platform/net_io.h"
+#include "protocol/wire_format.h"
 #include "settings/group_locks.h"
 #include "settings/settings_record.h"
 

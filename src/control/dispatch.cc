@@ -16,14 +16,15 @@
 #include "actions/local_notifier.h"
 #include "actions/ptz_actions.h"
 #include "control/field_copies.h"
-#include "control/net_io.h"
+#include "control/record_slots.h"
 #include "control/replies.h"
-#include "control/request_header.h"
+#include "groups/group_masks.h"
+#include "groups/group_table.h"
 #include "platform/console.h"
+#include "platform/net_io.h"
 #include "platform/pause.h"
+#include "protocol/messages.h"
 #include "settings/group_locks.h"
-#include "settings/group_masks.h"
-#include "settings/group_table.h"
 #include "settings/sectioned/md_area_file.h"
 #include "settings/sectioned/preset_file.h"
 #include "settings/settings_record.h"
@@ -33,23 +34,20 @@ namespace {
 
 using Guard = std::lock_guard<std::mutex>;
 
-// A valid motion payload: the block map, then 0x55 0xAA.
-constexpr size_t kMotionPayloadSize = kMotionBlockMapSize + 2;
 constexpr uint32_t kReadReplyWait = 5000;  // microseconds
-constexpr uint8_t kDefaultPreset = 255;    // neither moved to nor put into the pan/tilt head
-constexpr uint8_t kPresetClearAll = 0x20;
-constexpr uint8_t kPresetClearOne = 0x02;
 
 struct Request {
+  MessageId id;
   const uint8_t* header;
   int socket;
   uint8_t* buffer;
   RequestMasks* masks;
 };
 
-// A write request that copies its fields and saves and applies fixed groups.
+// A write request that copies its fields under their group's lock and saves and
+// applies fixed groups.
 struct PlainWrite {
-  const FieldCopyTable* fields;
+  std::mutex* lock;
   uint32_t save;
   uint32_t extended_save;
   uint32_t apply;
@@ -59,11 +57,23 @@ struct PlainWrite {
 using Handler = RequestOutcome (*)(const Request&, const PlainWrite*);
 
 struct DispatchRow {
-  uint8_t class_byte;
-  uint8_t sub;
+  MessageId id;
   Handler handler;
   const PlainWrite* write;
 };
+
+// The value of `field` in the request's header (numbers; versions as major * 256 +
+// minor).
+uint32_t header_value(const Request& r, Field field) {
+  const WireRow* row = find_row(message(r.id), field);
+  return row != nullptr ? row_number(*row, r.header) : 0;
+}
+
+// Prints a request's version ("%02d.%02d", major first).
+void print_version(const char* format, const Request& r) {
+  uint32_t version = header_value(r, Field::kClientVersion);
+  console_print(format, version >> 8, version & 0xFF);
+}
 
 void send_reply(const Request& r, size_t length) {
   net_send(r.socket, r.buffer, length, 0);  // a failed send shows at the next read
@@ -84,52 +94,38 @@ uint32_t startup_load_mask() {
 }
 
 RequestOutcome device_info(const Request& r, const PlainWrite*) {
-  console_print("Require Info Ver %02d.%02d\n", r.header[7], r.header[6]);
+  print_version("Require Info Ver %02d.%02d\n", r);
   r.masks->load = startup_load_mask();
   load_groups(r.masks->load, r.masks->extended_load);
   pause_microseconds(kReadReplyWait);
-  send_reply(r, build_device_info_reply(r.buffer, 0));
+  send_reply(r, build_reply(MessageId::kInfoReply, r.buffer, 0));
   return RequestOutcome::kKeepServing;
 }
 
 // A read of a sectioned group: under one hold of the group's lock its selectors are
-// set from the header, the group loaded and the reply built, so the reply names the
+// copied from the header, the group loaded and the reply built, so the reply names the
 // section it was asked for with that section's fields. The 5 ms wait follows,
 // outside the lock.
 struct SectionedRead {
   std::mutex* lock;
   uint32_t extended_load;
-  void (*select)(const uint8_t* header);
-  size_t (*build)(uint8_t* buffer, uint16_t parameter, const std::mutex* held);
+  Field selector;  // the section that the read selects, for the caller
 };
 
-// The area of a motion read: 1 when the version's major number (byte 7) is 0.
-uint8_t requested_area(const uint8_t* header) {
-  return header[7] == 0 ? 1 : header[8];
-}
+constexpr SectionedRead kMotionAreaRead = {&ptz_lock, kLoadMd2, Field::kCurrentMd};
+constexpr SectionedRead kAlarmLinkRead = {&alarm_lock, kLoadAlarm2, Field::kCurrentAlarmin};
+constexpr SectionedRead kPresetRead = {&ptz_lock, kLoadPreset2, Field::kCurrentPreset};
 
-constexpr SectionedRead kMotionAreaRead = {
-    &ptz_lock, kLoadMd2, [](const uint8_t* h) { settings.current_md = requested_area(h); },
-    build_motion_reply_holding};
-constexpr SectionedRead kAlarmLinkRead = {&alarm_lock, kLoadAlarm2,
-                                          [](const uint8_t* h) {
-                                            settings.current_alarmin = h[8];
-                                            settings.current_alarmout = h[9];
-                                          },
-                                          build_alarm_link_reply_holding};
-constexpr SectionedRead kPresetRead = {&ptz_lock, kLoadPreset2,
-                                       [](const uint8_t* h) { settings.current_preset = h[8]; },
-                                       build_preset_reply_holding};
-
-// Returns the reply length.
-size_t read_sectioned(const Request& r, const SectionedRead& read) {
+// Returns the reply length; *selected is the section selected.
+size_t read_sectioned(const Request& r, const SectionedRead& read, uint8_t* selected) {
   size_t length;
   {
     Guard guard(*read.lock);
-    read.select(r.header);
+    copy_request_fields(r.id, r.header, read.lock);
+    *selected = static_cast<uint8_t>(slot_number(record_slot(read.selector)));
     r.masks->extended_load = read.extended_load;
     load_groups(r.masks->load, r.masks->extended_load, read.lock);
-    length = read.build(r.buffer, 0, read.lock);
+    length = build_reply(message(r.id).answer, r.buffer, 0, read.lock);
   }
   pause_microseconds(kReadReplyWait);
   return length;
@@ -138,19 +134,16 @@ size_t read_sectioned(const Request& r, const SectionedRead& read) {
 // A pan/tilt camera reads the md2 area and announces it after the reply; the others
 // read the motion group.
 RequestOutcome motion_read(const Request& r, const PlainWrite*) {
-  uint8_t area = requested_area(r.header);
+  uint8_t area = 0;
   size_t length;
   if (settings.device_type == 2) {
-    length = read_sectioned(r, kMotionAreaRead);
+    length = read_sectioned(r, kMotionAreaRead, &area);
   } else {
-    {
-      Guard guard(ptz_lock);
-      settings.current_md = area;
-    }
+    copy_request_fields(r.id, r.header);  // current_md, under ptz_lock
     r.masks->load = kLoadMotion;
     load_groups(r.masks->load, r.masks->extended_load);
     pause_microseconds(kReadReplyWait);
-    length = build_motion_reply(r.buffer, 0);
+    length = build_reply(MessageId::kMotionReply, r.buffer, 0);
   }
   send_reply(r, length);
   if (settings.device_type == 2)
@@ -159,31 +152,32 @@ RequestOutcome motion_read(const Request& r, const PlainWrite*) {
 }
 
 RequestOutcome alarm_link_read(const Request& r, const PlainWrite*) {
-  send_reply(r, read_sectioned(r, kAlarmLinkRead));
+  uint8_t input = 0;
+  send_reply(r, read_sectioned(r, kAlarmLinkRead, &input));
   return RequestOutcome::kKeepServing;
 }
 
 // The camera moves to the preset (not to the default preset 255) after the wait and
 // before the reply goes out; the move runs without a group lock.
 RequestOutcome preset_read(const Request& r, const PlainWrite*) {
-  console_print("Preset Req. Ver %02d.%02d\n", r.header[7], r.header[6]);
-  size_t length = read_sectioned(r, kPresetRead);
-  uint8_t preset = r.header[8];
-  if (preset != kDefaultPreset)
+  print_version("Preset Req. Ver %02d.%02d\n", r);
+  uint8_t preset = 0;
+  size_t length = read_sectioned(r, kPresetRead, &preset);
+  if (preset != kDefaultPosition)
     ptz_start_preset(preset);
   send_reply(r, length);
   return RequestOutcome::kKeepServing;
 }
 
 RequestOutcome close_request(const Request& r, const PlainWrite*) {
-  send_reply(r, build_close_reply(r.buffer, 0));
+  send_reply(r, build_reply(MessageId::kCloseReply, r.buffer, 0));
   return RequestOutcome::kStopAfterRequest;
 }
 
 RequestOutcome video_resolution_write(const Request& r, const PlainWrite*) {
   if (settings.test_mode)
     console_print("Video setting\n");
-  uint8_t requested = r.header[4];
+  uint8_t requested = static_cast<uint8_t>(header_value(r, Field::kVideoResolution));
   {
     Guard guard(video_lock);
     uint8_t current = settings.video.video_resolution;
@@ -202,23 +196,22 @@ RequestOutcome video_resolution_write(const Request& r, const PlainWrite*) {
 RequestOutcome stream_settings_write(const Request& r, const PlainWrite*) {
   {
     Guard guard(video_lock);
-    uint8_t requested = r.header[4];
+    uint8_t requested = static_cast<uint8_t>(header_value(r, Field::kVideoResolution));
     if (video_resolution_accepted(requested, settings.video.video_resolution)) {
       settings.video.video_resolution = requested;
       r.masks->save |= kSaveVideo;
     }
   }
-  // The mpeg and jpeg files in the save table's order, each copy and save under one
-  // hold of its group's lock: no reload comes between them and undoes the copy.
-  struct CopyAndSave {
-    const FieldCopyTable* fields;
+  // MPEG, then JPEG (the save table's order): each group's copy and save under one hold
+  // of its lock, so that no reload comes between them and undoes the copy.
+  const struct {
+    std::mutex* lock;
     uint32_t save;
-  };
-  for (CopyAndSave file : {CopyAndSave{&kStreamMpegWriteFields, kSaveMpegFileVideo},
-                           CopyAndSave{&kStreamJpegWriteFields, kSaveJpegFile}}) {
-    Guard guard(*file.fields->lock);
-    copy_fields(*file.fields, r.header, file.fields->lock);
-    save_groups(file.save, 0, file.fields->lock);
+  } files[] = {{&mpeg_lock, kSaveMpegFileVideo}, {&jpeg_lock, kSaveJpegFile}};
+  for (const auto& file : files) {
+    Guard guard(*file.lock);
+    copy_request_fields(r.id, r.header, file.lock, CopyScope::kHeldLockRows);
+    save_groups(file.save, 0, file.lock);
   }
   r.masks->apply |= kSaveVideo;
   save_and_apply(*r.masks);
@@ -254,14 +247,13 @@ RequestOutcome motion_write(const Request& r, const PlainWrite*) {
   uint8_t type = settings.device_type;
   bool fixed = type == 1;
   // The block map goes to the motion group's files on type 1, else to md2's.
-  const FieldCopyTable& fields = fixed ? kMotionWriteFields : kMd2MotionWriteFields;
-  uint16_t length = read_le16(r.header + 6);
+  std::mutex& lock = fixed ? motion_lock : ptz_lock;
+  size_t length = header_value(r, Field::kMotionMapLength);
   bool valid = read_motion_payload(r.socket, r.buffer, length);
   uint8_t area = fixed ? selected_md_area() : 0;
   {
-    Guard guard(*fields.lock);
-    copy_fields(fields, r.header, fields.lock);
-    settings.motion_map_length = length;
+    Guard guard(lock);
+    copy_request_fields(r.id, r.header, &lock);
     if (!fixed)
       area = settings.current_md;
     if (valid) {
@@ -269,7 +261,7 @@ RequestOutcome motion_write(const Request& r, const PlainWrite*) {
       if (fixed) {
         r.masks->save |= kSaveMotion;
         r.masks->apply |= kSaveMotion;
-      } else if (r.header[9] == 0) {
+      } else if (header_value(r, Field::kPayloadVersion) >> 8 == 0) {
         console_print("Version Mismatch\n");
         return RequestOutcome::kCloseNow;
       } else {
@@ -277,7 +269,7 @@ RequestOutcome motion_write(const Request& r, const PlainWrite*) {
         r.masks->extended_apply |= kSaveMd2;
       }
       if (area != 0)
-        save_and_apply(*r.masks, fields.lock);
+        save_and_apply(*r.masks, &lock);
     }
   }
   if (type == 2)
@@ -289,19 +281,18 @@ RequestOutcome motion_write(const Request& r, const PlainWrite*) {
 // head); bit 0x20 clears every preset and area, else bit 0x02 one preset and its
 // area. The pan/tilt clear runs after ptz_lock is released.
 RequestOutcome preset_write(const Request& r, const PlainWrite*) {
-  uint8_t operation = r.header[6];
+  uint32_t operation = header_value(r, Field::kPresetOperation);
   bool clear = false;
   uint8_t cleared = 0;  // 0: every position
   {
     Guard guard(ptz_lock);
-    copy_fields(kPresetSelectorField, r.header, &ptz_lock);
+    copy_request_fields(r.id, r.header, &ptz_lock);  // the preset's fields on a set only
     uint8_t preset = settings.current_preset;
     if (operation == 0) {
-      copy_fields(kPresetSetFields, r.header, &ptz_lock);
       r.masks->extended_save |= kSavePreset2;
       r.masks->extended_apply |= kSavePreset2;
       save_groups(r.masks->save, r.masks->extended_save, &ptz_lock);
-      if (preset != kDefaultPreset)
+      if (preset != kDefaultPosition)
         apply_groups(r.masks->apply, r.masks->extended_apply, &ptz_lock);
       return RequestOutcome::kKeepServing;
     }
@@ -326,62 +317,75 @@ RequestOutcome preset_write(const Request& r, const PlainWrite*) {
 // Copy, save and apply under one hold of the fields' lock: no other connection's load
 // comes between the copy and the save.
 RequestOutcome plain_write(const Request& r, const PlainWrite* w) {
-  Guard guard(*w->fields->lock);
-  copy_fields(*w->fields, r.header, w->fields->lock);
+  Guard guard(*w->lock);
+  copy_request_fields(r.id, r.header, w->lock);
   r.masks->save |= w->save;
   r.masks->extended_save |= w->extended_save;
   r.masks->apply |= w->apply;
   r.masks->extended_apply |= w->extended_apply;
-  save_and_apply(*r.masks, w->fields->lock);
+  save_and_apply(*r.masks, w->lock);
   return RequestOutcome::kKeepServing;
 }
 
-RequestOutcome reload(const Request& r) {
-  uint16_t v = static_cast<uint16_t>(r.header[kRequestClass] << 8 | r.header[kRequestSub]);
+RequestOutcome reload(const Request& r, const PlainWrite*) {
+  uint16_t v = static_cast<uint16_t>(header_value(r, Field::kReloadGroups));
   if (!reload_load_mask(v, &r.masks->load))
     return RequestOutcome::kKeepServing;
   load_groups(r.masks->load, 0);
-  send_reply(r, build_device_info_reply(r.buffer, 0));
+  send_reply(r, build_reply(MessageId::kInfoReply, r.buffer, 0));
   return RequestOutcome::kKeepServing;
 }
 
-constexpr PlainWrite kMpegWrite = {&kMpegWriteFields, kSaveMpeg, 0, kSaveMpeg, 0};
-constexpr PlainWrite kJpegWrite = {&kJpegWriteFields, kSaveJpeg, 0, kSaveJpeg, 0};
-constexpr PlainWrite kAutorunWrite = {&kAutorunWriteFields, 0, kSaveAutorun, 0, kSaveAutorun};
-constexpr PlainWrite kAlarmLinkWrite = {&kAlarmLinkWriteFields, 0, kSaveAlarm2, 0, kSaveAlarm2};
-constexpr PlainWrite kAlarmWrite = {&kAlarmWriteFields, kSaveAlarm, 0, kSaveAlarm, 0};
-constexpr PlainWrite kOsdWrite = {&kOsdWriteFields, kSaveOsd, 0, kSaveOsd, 0};
-constexpr PlainWrite kTitleWrite = {&kTitleWriteFields, kSaveTitle, 0, kSaveTitle, 0};
-constexpr PlainWrite kPrivacyWrite = {&kPrivacyWriteFields, kSavePrivacy, 0, kSavePrivacy, 0};
-constexpr PlainWrite kPictureWrite = {&kPictureWriteFields, kSavePicture, 0, kSavePicture, 0};
-constexpr PlainWrite kWhiteBalanceWrite = {&kWhiteBalanceWriteFields, kSaveWhiteBalance, 0,
+constexpr PlainWrite kMpegWrite = {&mpeg_lock, kSaveMpeg, 0, kSaveMpeg, 0};
+constexpr PlainWrite kJpegWrite = {&jpeg_lock, kSaveJpeg, 0, kSaveJpeg, 0};
+constexpr PlainWrite kAutorunWrite = {&ptz_lock, 0, kSaveAutorun, 0, kSaveAutorun};
+constexpr PlainWrite kAlarmLinkWrite = {&alarm_lock, 0, kSaveAlarm2, 0, kSaveAlarm2};
+constexpr PlainWrite kAlarmWrite = {&alarm_lock, kSaveAlarm, 0, kSaveAlarm, 0};
+constexpr PlainWrite kOsdWrite = {&osd_lock, kSaveOsd, 0, kSaveOsd, 0};
+constexpr PlainWrite kTitleWrite = {&title_lock, kSaveTitle, 0, kSaveTitle, 0};
+constexpr PlainWrite kPrivacyWrite = {&privacy_lock, kSavePrivacy, 0, kSavePrivacy, 0};
+constexpr PlainWrite kPictureWrite = {&camcontrol1_lock, kSavePicture, 0, kSavePicture, 0};
+constexpr PlainWrite kWhiteBalanceWrite = {&camcontrol1_lock, kSaveWhiteBalance, 0,
                                            kSaveWhiteBalance, 0};
-constexpr PlainWrite kCamcontrol2Write = {&kCamcontrol2WriteFields, kSaveCamcontrol2, 0,
-                                          kSaveCamcontrol2, 0};
+constexpr PlainWrite kCamcontrol2Write = {&camcontrol2_lock, kSaveCamcontrol2, 0, kSaveCamcontrol2,
+                                          0};
 
-// Walked in order: classes 0x10, 0x20, 0x40, 0x50, 0x60, each in sub-command order.
+// One row per request of protocol/messages.h, in its order.
+using M = MessageId;
 constexpr DispatchRow kDispatchRows[] = {
-    {kClassInformation, kSubDeviceInfo, device_info, nullptr},
-    {kClassInformation, kSubMotionRead, motion_read, nullptr},
-    {kClassInformation, kSubAlarmLinkRead, alarm_link_read, nullptr},
-    {kClassInformation, kSubPresetRead, preset_read, nullptr},
-    {kClassInformation, kSubClose, close_request, nullptr},
-    {kClassStream, kSubVideoResolution, video_resolution_write, nullptr},
-    {kClassStream, kSubMpeg, plain_write, &kMpegWrite},
-    {kClassStream, kSubJpeg, plain_write, &kJpegWrite},
-    {kClassStream, kSubAutorun, plain_write, &kAutorunWrite},
-    {kClassStream, kSubStreamSettings, stream_settings_write, nullptr},
-    {kClassEvent, kSubMotionWrite, motion_write, nullptr},
-    {kClassEvent, kSubAlarm, plain_write, &kAlarmWrite},
-    {kClassEvent, kSubAlarmLink, plain_write, &kAlarmLinkWrite},
-    {kClassEvent, kSubPreset, preset_write, nullptr},
-    {kClassOverlay, kSubOsd, plain_write, &kOsdWrite},
-    {kClassOverlay, kSubTitle, plain_write, &kTitleWrite},
-    {kClassOverlay, kSubPrivacy, plain_write, &kPrivacyWrite},
-    {kClassCamera, kSubPicture, plain_write, &kPictureWrite},
-    {kClassCamera, kSubWhiteBalance, plain_write, &kWhiteBalanceWrite},
-    {kClassCamera, kSubCamcontrol2, plain_write, &kCamcontrol2Write},
+    {M::kInfoRequest, device_info, nullptr},
+    {M::kMotionRead, motion_read, nullptr},
+    {M::kAlarmLinkRead, alarm_link_read, nullptr},
+    {M::kPresetRead, preset_read, nullptr},
+    {M::kCloseRequest, close_request, nullptr},
+    {M::kVideoWrite, video_resolution_write, nullptr},
+    {M::kMpegWrite, plain_write, &kMpegWrite},
+    {M::kJpegWrite, plain_write, &kJpegWrite},
+    {M::kAutorunWrite, plain_write, &kAutorunWrite},
+    {M::kStreamWrite, stream_settings_write, nullptr},
+    {M::kMotionWrite, motion_write, nullptr},
+    {M::kAlarmWrite, plain_write, &kAlarmWrite},
+    {M::kAlarmLinkWrite, plain_write, &kAlarmLinkWrite},
+    {M::kPresetWrite, preset_write, nullptr},
+    {M::kOsdWrite, plain_write, &kOsdWrite},
+    {M::kTitleWrite, plain_write, &kTitleWrite},
+    {M::kPrivacyWrite, plain_write, &kPrivacyWrite},
+    {M::kPictureWrite, plain_write, &kPictureWrite},
+    {M::kWhiteBalanceWrite, plain_write, &kWhiteBalanceWrite},
+    {M::kCamcontrol2Write, plain_write, &kCamcontrol2Write},
+    {M::kReloadRequest, reload, nullptr},
 };
+static_assert(sizeof kDispatchRows / sizeof kDispatchRows[0] == kRequestCount,
+              "a handler for every request");
+
+constexpr bool rows_in_message_order() {
+  for (size_t i = 0; i < kRequestCount; ++i) {
+    if (kDispatchRows[i].id != static_cast<MessageId>(i))
+      return false;
+  }
+  return true;
+}
+static_assert(rows_in_message_order(), "dispatch rows in message order");
 
 }  // namespace
 
@@ -391,7 +395,7 @@ bool video_resolution_accepted(uint8_t requested, uint8_t current) {
 }
 
 bool reload_load_mask(uint16_t v, uint32_t* load_mask) {
-  if ((v & 0xEC00) != 0)
+  if ((v & ~kReloadAcceptedBits) != 0)
     return false;
   *load_mask = v & 0x1FF;  // bits 9 and 12 are accepted and ignored
   return true;
@@ -399,19 +403,11 @@ bool reload_load_mask(uint16_t v, uint32_t* load_mask) {
 
 RequestOutcome execute_request(const uint8_t* header, int socket, uint8_t* buffer,
                                RequestMasks* masks) {
-  Request request = {header, socket, buffer, masks};
-  bool known_class = false;
-  for (const DispatchRow& row : kDispatchRows) {
-    if (row.class_byte != header[kRequestClass])
-      continue;
-    known_class = true;
-    if (row.sub != header[kRequestSub])
-      continue;
-    return row.handler(request, row.write);
-  }
-  if (known_class)
-    return RequestOutcome::kKeepServing;  // unknown sub-command
-  return reload(request);
+  const MessageSpec* spec = find_request(header[kRequestClass], header[kRequestSub]);
+  if (spec == nullptr)
+    return RequestOutcome::kKeepServing;  // a class's unknown sub-command
+  const DispatchRow& row = kDispatchRows[static_cast<size_t>(spec->id)];
+  return row.handler({spec->id, header, socket, buffer, masks}, row.write);
 }
 
 }  // namespace camrcd

@@ -15,14 +15,14 @@
 
 #include <mutex>
 
-#include "actions/command_runner.h"
 #include "control/connection.h"
+#include "groups/group_masks.h"
+#include "groups/group_table.h"
+#include "platform/command_runner.h"
 #include "platform/console.h"
 #include "platform/dev_root.h"
 #include "platform/pause.h"
 #include "settings/group_locks.h"
-#include "settings/group_masks.h"
-#include "settings/group_table.h"
 #include "settings/product_identity.h"
 #include "settings/settings_record.h"
 

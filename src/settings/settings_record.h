@@ -10,10 +10,11 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "protocol/wire_format.h"  // kMotionBlockMapSize
+
 namespace camrcd {
 
-// The motion block map: a marker byte then 4800 cells.
-inline constexpr size_t kMotionBlockMapSize = 4801;
+// The motion block map (kMotionBlockMapSize bytes) opens with this marker.
 inline constexpr uint8_t kMotionBlockMarker = 0x50;  // the letter P
 // Width of a camera title, an OSD text and their record fields.
 inline constexpr size_t kTitleWidth = 20;

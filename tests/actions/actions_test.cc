@@ -24,13 +24,13 @@
 #include <string>
 #include <vector>
 
-#include "actions/command_runner.h"
 #include "actions/device_actions.h"
 #include "actions/local_notifier.h"
 #include "actions/ptz_actions.h"
+#include "groups/group_table.h"
+#include "platform/command_runner.h"
 #include "platform/dev_root.h"
 #include "settings/group_locks.h"
-#include "settings/group_table.h"
 #include "support/daemon_harness.h"
 
 // The cases name a group's file-image fields and leave its wire fields zero.

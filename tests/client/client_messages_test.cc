@@ -17,9 +17,9 @@
 #include "client/client_request.h"
 #include "client/client_socket.h"
 #include "client/reply_fields.h"
-#include "control/net_io.h"
 #include "control/replies.h"
-#include "control/request_header.h"
+#include "platform/net_io.h"
+#include "protocol/wire_format.h"
 #include "settings/settings_record.h"
 
 namespace camrcd {
@@ -43,14 +43,16 @@ TEST(ClientLogin, LongNamesAreCut) {
 TEST(ClientRequest, HeaderFields) {
   RequestHeader reload = make_reload_request(0x0105);  // group bits big-endian
   EXPECT_EQ(Bytes(reload.bytes, reload.bytes + 4), Bytes({0x77, 0x33, 0x01, 0x05}));
-  RequestHeader title = make_request(kClassOverlay, kSubTitle);
-  request_set_version(&title, 6, 1, 0);  // minor first
-  EXPECT_EQ(Bytes(title.bytes + 6, title.bytes + 8), Bytes({0, 1}));
+  RequestHeader info = make_request(MessageId::kInfoRequest);
+  request_set(&info, Field::kClientVersion, 0x100);  // minor first
+  EXPECT_EQ(Bytes(info.bytes + 6, info.bytes + 8), Bytes({0, 1}));
+  RequestHeader title = make_request(MessageId::kTitleWrite);
   request_set_byte(&title, 24, 0x99);
-  request_set_text(&title, 4, 20, "a title of more than twenty");
+  EXPECT_TRUE(request_set_text(&title, Field::kCameraTitle, "a title of more than twenty"));
   request_set_text(&title, 20, 20, "out of range");
+  EXPECT_FALSE(request_set(&title, Field::kClientVersion, 0x100));  // no such field here
   EXPECT_EQ(std::string(reinterpret_cast<char*>(title.bytes + 4), 21), "a title of more than\x99");
-  EXPECT_EQ(nullptr, find_request_kind("no-such-request"));
+  EXPECT_EQ(nullptr, find_request_named("no-such-request"));
 }
 
 // A reply: header (declared length, 0x77 0x33, class) and payload filled with 0x55, the
@@ -118,10 +120,10 @@ void fill_record(uint8_t type, uint8_t areas, uint8_t map_valid) {
 
 // Each case: the reply, then "name=value" words ("name=-": no such field).
 TEST(ReplyFields, FieldsFollowTheLayout) {
-  const auto info = build_device_info_reply, motion = build_motion_reply;
-  const auto link = build_alarm_link_reply, preset = build_preset_reply;
+  const auto info = MessageId::kInfoReply, motion = MessageId::kMotionReply;
+  const auto link = MessageId::kAlarmLinkReply, preset = MessageId::kPresetReply;
   const struct {
-    size_t (*build)(uint8_t*, uint16_t);
+    MessageId build;
     uint8_t type, areas, map_valid;
     const char* fields;
   } cases[] = {
@@ -137,7 +139,7 @@ TEST(ReplyFields, FieldsFollowTheLayout) {
     SCOPED_TRACE(c.fields);
     fill_record(c.type, c.areas, c.map_valid);
     std::vector<uint8_t> buffer(kConnectionBufferSize);
-    size_t length = c.build(buffer.data(), 0);
+    size_t length = build_reply(c.build, buffer.data(), 0);
     DecodedReply reply;
     ASSERT_EQ(decode_reply(buffer.data(), length, &reply), 0);
     std::istringstream words(c.fields);
@@ -152,7 +154,7 @@ TEST(ReplyFields, FieldsFollowTheLayout) {
 TEST(ReplyFields, RefusesDamagedReplies) {
   fill_record(1, 1, 0);
   std::vector<uint8_t> good(kConnectionBufferSize);
-  size_t length = build_device_info_reply(good.data(), 0);
+  size_t length = build_reply(MessageId::kInfoReply, good.data(), 0);
   const struct {
     const char* what;
     size_t offset;  // byte to change
@@ -161,7 +163,7 @@ TEST(ReplyFields, RefusesDamagedReplies) {
   } cases[] = {
       {"cut by one", 0, good[0], length - 1},
       {"trailer", length - 1, 0xAB, length},
-      {"motion sub-command", kReplySub, kReplyMotion, length},
+      {"motion sub-command", kReplySub, message(MessageId::kMotionReply).sub, length},
       {"more areas than bytes", 130, 2, length},
       {"declared length", 0, 0x60, length},
   };
@@ -170,11 +172,11 @@ TEST(ReplyFields, RefusesDamagedReplies) {
     std::vector<uint8_t> reply = good;
     reply[c.offset] = c.value;
     DecodedReply out;
-    EXPECT_EQ(decode_device_info(reply.data(), c.length, &out), -1);
+    EXPECT_EQ(decode_reply(reply.data(), c.length, &out, MessageId::kInfoReply), -1);
   }
   DecodedReply out;
-  EXPECT_EQ(decode_motion_reply(good.data(), length, &out), -1);
-  size_t preset = build_preset_reply(good.data(), 0);
+  EXPECT_EQ(decode_reply(good.data(), length, &out, MessageId::kMotionReply), -1);
+  size_t preset = build_reply(MessageId::kPresetReply, good.data(), 0);
   EXPECT_EQ(decode_reply(good.data(), preset + 1, &out), -1);
 }
 

@@ -15,7 +15,7 @@
 
 #include "client/client_request.h"
 #include "client/client_socket.h"
-#include "control/net_io.h"
+#include "platform/net_io.h"
 #include "support/daemon_harness.h"
 
 namespace camrcd {

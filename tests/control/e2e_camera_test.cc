@@ -20,8 +20,8 @@
 
 #include "client/client_request.h"
 #include "client/client_socket.h"
-#include "control/net_io.h"
 #include "platform/dev_root.h"
+#include "platform/net_io.h"
 #include "support/daemon_harness.h"
 
 namespace camrcd {
@@ -71,7 +71,7 @@ TEST(EndToEndCamera, InfoFollowsTheDeviceTypeWhatStartupLoadedAndReloads) {
     if (c.length == 0) {
       ASSERT_EQ(0, send_named(s, "motion-read"));
       ASSERT_GT(read_reply(s, &reply), 0) << c.label;
-      EXPECT_EQ(kReplyMotion, reply.bytes[kReplySub]) << c.label;
+      EXPECT_EQ(message(MessageId::kMotionReply).sub, reply.bytes[kReplySub]) << c.label;
     } else {
       ASSERT_EQ(c.length, read_reply(s, &reply)) << c.label;
       expect_runs(reply, byte_runs(c.bytes), c.label);  // MAC and ports: camrc's info test

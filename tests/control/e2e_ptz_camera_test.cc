@@ -146,9 +146,10 @@ struct Script {
     }
     std::string request = line.substr(0, map);
     ASSERT_EQ(0, send_named(socket, request, payload)) << request;
-    const RequestKind* kind = find_request_kind(request.substr(0, request.find(' ')).c_str());
+    const MessageSpec* spec = find_request_named(request.substr(0, request.find(' ')).c_str());
     Reply sync;
-    ASSERT_GT(kind->answered ? read_reply(socket, &reply) : request_info(socket, &sync), 0)
+    bool answered = spec->answer != MessageId::kCount;
+    ASSERT_GT(answered ? read_reply(socket, &reply) : request_info(socket, &sync), 0)
         << request << "\n"
         << daemon->output();
   }
@@ -268,7 +269,7 @@ TEST(EndToEndPtzConcurrency, PresetRepliesNameTheReadPresetWhileAnotherConnectio
   int reader = daemon.login_client();
   ASSERT_TRUE(writer >= 0 && reader >= 0);
   auto store = [&](uint8_t preset) {
-    RequestHeader request = make_request(kClassEvent, kSubPreset);
+    RequestHeader request = make_request(MessageId::kPresetWrite);
     for (auto [offset, value] :
          {std::pair<int, int>{10, 2}, {11, preset}, {12, preset}, {13, preset}})
       request_set_byte(&request, offset, static_cast<uint8_t>(value));

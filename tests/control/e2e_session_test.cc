@@ -157,9 +157,9 @@ TEST(EndToEndLifecycle, HeadersInPiecesAndBadPrefixes) {
     if (!bytes.empty()) {
       bytes.resize(32, 0x5A);
       bytes[2] = kClassInformation;  // a good class and sub after a bad prefix
-      bytes[3] = kSubClose;
+      bytes[3] = message(MessageId::kCloseRequest).sub;
     }
-    RequestHeader close_request = make_request(kClassInformation, kSubClose);
+    RequestHeader close_request = make_request(MessageId::kCloseRequest);
     bytes.insert(bytes.end(), close_request.bytes, close_request.bytes + 32);
     ASSERT_TRUE(send_in_pieces(s, bytes.data(), bytes.size(), c.pieces, 20));
     Reply reply;

@@ -21,7 +21,7 @@
 #include "control/dispatch.h"
 #include "control/field_copies.h"
 #include "control/replies.h"
-#include "control/request_header.h"
+#include "protocol/wire_format.h"
 #include "settings/settings_record.h"
 
 namespace camrcd {
@@ -33,16 +33,23 @@ TEST(FieldCopies, NumberRules) {
   SettingsRecord& s = settings;
   const struct {
     const char* name;
-    const FieldCopyTable& table;
+    MessageId request;
     Header header;
     uint8_t* byte;  // the field: a byte, or else a 32-bit word
     int32_t* word;
     int before, after, cbr;  // cbr: mpeg_cbr_code before the copy
   } cases[] = {
-      {"selector 0 taken", kAlarmLinkWriteFields, {{8, 2}}, &s.current_alarmin, nullptr, 3, 0, 0},
-      {"md2 area 0 taken", kMd2MotionWriteFields, {{4, 1}}, &s.current_md, nullptr, 5, 0, 0},
-      {"code 0", kMpegWriteFields, {{8, 9}}, nullptr, &s.mpeg.mpeg_bitrate, 1234, 1234, 0},
-      {"stream", kStreamMpegWriteFields, {{7, 2}, {9, 1}}, nullptr, &s.mpeg.mpeg_bitrate, 5, 1, 1},
+      {"selector 0 taken",
+       MessageId::kAlarmLinkWrite,
+       {{8, 2}},
+       &s.current_alarmin,
+       nullptr,
+       3,
+       0,
+       0},
+      {"md2 area 0 taken", MessageId::kMotionWrite, {{4, 1}}, &s.current_md, nullptr, 5, 0, 0},
+      {"code 0", MessageId::kMpegWrite, {{8, 9}}, nullptr, &s.mpeg.mpeg_bitrate, 1234, 1234, 0},
+      {"stream", MessageId::kStreamWrite, {{7, 2}, {9, 1}}, nullptr, &s.mpeg.mpeg_bitrate, 5, 1, 1},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -52,7 +59,7 @@ TEST(FieldCopies, NumberRules) {
     uint8_t header[kRequestHeaderSize] = {};
     for (const auto& [at, value] : c.header)
       header[at] = static_cast<uint8_t>(value);
-    copy_fields(c.table, header);
+    copy_request_fields(c.request, header);
     EXPECT_EQ(c.byte ? *c.byte : *c.word, c.after);
   }
 }
@@ -61,16 +68,16 @@ TEST(FieldCopies, TextRules) {
   const char kOld[] = "old title text here";
   const struct {
     const char* name;
-    const FieldCopyTable& table;
+    MessageId request;
     int offset;
     std::string sent;  // placed at offset; the header is zero elsewhere
     char* field;
     std::string after;
   } cases[] = {
-      {"at most 20", kOsdWriteFields, 8, "abcdefghijklmnopqrstUV", settings.osd.osd_title,
+      {"at most 20", MessageId::kOsdWrite, 8, "abcdefghijklmnopqrstUV", settings.osd.osd_title,
        "abcdefghijklmnopqrst"},
-      {"preset name 0 clears", kPresetSetFields, 14, "", settings.preset.name, ""},
-      {"preset name at most 10", kPresetSetFields, 14, "0123456789X", settings.preset.name,
+      {"preset name 0 clears", MessageId::kPresetWrite, 14, "", settings.preset.name, ""},
+      {"preset name at most 10", MessageId::kPresetWrite, 14, "0123456789X", settings.preset.name,
        "0123456789"},
   };
   for (const auto& c : cases) {
@@ -80,7 +87,7 @@ TEST(FieldCopies, TextRules) {
     memcpy(c.field, kOld, std::min(sizeof kOld, size));
     uint8_t header[kRequestHeaderSize] = {};
     memcpy(header + c.offset, c.sent.data(), std::min(c.sent.size(), 32 - size_t(c.offset)));
-    copy_fields(c.table, header);
+    copy_request_fields(c.request, header);
     EXPECT_EQ(std::string(c.field, strnlen(c.field, size)), c.after);
     for (size_t i = c.after.size(); c.after != kOld && i < size; ++i)
       EXPECT_EQ(c.field[i], 0) << i;
@@ -163,12 +170,11 @@ TEST(Dispatch, MotionPayloadFromAWriterThread) {
 
 constexpr uint8_t kUnwritten = 0xEE;  // the pattern below never holds it
 
-const std::pair<std::string, size_t (*)(uint8_t*, uint16_t)> kBuilders[] = {
-    {"info", build_device_info_reply},
-    {"motion", build_motion_reply},
-    {"alarm-link", build_alarm_link_reply},
-    {"preset", build_preset_reply},
-    {"close", build_close_reply}};
+const std::pair<std::string, MessageId> kBuilders[] = {{"info", MessageId::kInfoReply},
+                                                       {"motion", MessageId::kMotionReply},
+                                                       {"alarm-link", MessageId::kAlarmLinkReply},
+                                                       {"preset", MessageId::kPresetReply},
+                                                       {"close", MessageId::kCloseReply}};
 
 TEST(Replies, MatchRecordedBytes) {
   std::ifstream data(CAMRCD_SOURCE_DIR "/tests/control/data/replies.txt");
@@ -190,7 +196,7 @@ TEST(Replies, MatchRecordedBytes) {
     settings.motion_map_valid = uint8_t(map_valid);
     strcpy(settings.title.camera_title, "cam");  // a short text is padded with zeros
     std::vector<uint8_t> buffer(kConnectionBufferSize, kUnwritten);
-    ASSERT_EQ(b->second(buffer.data(), 0), length);
+    ASSERT_EQ(build_reply(b->second, buffer.data(), 0), length);
     for (size_t i = 0; i < hex.size(); i += 2)
       EXPECT_EQ(buffer[i / 2], std::stoi(hex.substr(i, 2), nullptr, 16)) << "byte " << i / 2;
     EXPECT_EQ(std::count(buffer.begin(), buffer.begin() + length, kUnwritten), 0);

@@ -16,9 +16,9 @@
 #include <type_traits>
 #include <vector>
 
+#include "groups/group_table.h"
 #include "platform/dev_root.h"
 #include "settings/camera_control_files.h"
-#include "settings/group_table.h"
 #include "settings/product_identity.h"
 #include "settings/settings_record.h"
 

@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "groups/group_table.h"
 #include "platform/dev_root.h"
-#include "settings/group_table.h"
 #include "settings/sectioned/alarm_link_file.h"
 #include "settings/sectioned/autorun_file.h"
 #include "settings/sectioned/md_area_file.h"

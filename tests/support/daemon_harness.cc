@@ -296,12 +296,12 @@ void DaemonHarness::stop() {
 }
 
 bool info_served(int socket) {
-  RequestHeader info = make_request(kClassInformation, kSubDeviceInfo);
-  request_set_version(&info, 6, 1, 0);
+  RequestHeader info = make_request(MessageId::kInfoRequest);
+  request_set(&info, Field::kClientVersion, 0x100);
   Reply reply;
   return send_request(socket, info) == 0 &&
          read_reply(socket, &reply) > static_cast<int32_t>(kReplyHeaderSize) &&
-         reply.bytes[kReplySub] == kReplyDeviceInfo && reply_trailer_ok(reply);
+         reply.bytes[kReplySub] == message(MessageId::kInfoReply).sub && reply_trailer_ok(reply);
 }
 
 bool is_close_reply(const Reply& reply) {
@@ -311,7 +311,7 @@ bool is_close_reply(const Reply& reply) {
 
 bool close_served(int socket) {
   Reply reply;
-  return send_request(socket, make_request(kClassInformation, kSubClose)) == 0 &&
+  return send_request(socket, make_request(MessageId::kCloseRequest)) == 0 &&
          read_reply(socket, &reply) == static_cast<int32_t>(kReplyHeaderSize) &&
          is_close_reply(reply) && client_wait_closed(socket, kDaemonWaitMs);
 }
@@ -347,10 +347,10 @@ void expect_runs(const Reply& reply, const ByteRuns& runs, const std::string& la
 
 int32_t send_named(int socket, const std::string& request, const std::vector<uint8_t>& payload) {
   size_t space = std::min(request.find(' '), request.size());
-  const RequestKind* kind = find_request_kind(request.substr(0, space).c_str());
-  if (kind == nullptr)
+  const MessageSpec* spec = find_request_named(request.substr(0, space).c_str());
+  if (spec == nullptr)
     return -1;
-  RequestHeader header = make_request(kind->command_class, kind->sub);
+  RequestHeader header = make_request(spec->id);
   for (const auto& run : byte_runs(request.c_str() + space)) {
     for (size_t i = 0; i < run.second.size(); i++)
       request_set_byte(&header, run.first + i, run.second[i]);

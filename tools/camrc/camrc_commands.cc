@@ -16,14 +16,14 @@ namespace camrcd {
 
 namespace {
 
-constexpr const CodeName* kSw = kSwitchCodes;
-constexpr const CodeName* kAct = kActCodes;
+using F = Field;
+using M = MessageId;
+constexpr uint8_t kPt = kPanTiltType;
+constexpr uint8_t kFixed = kFixedCameraType;
 constexpr uint8_t kAny = kEveryType;
-constexpr uint8_t kPt = kPanTilt;
-constexpr uint8_t kFixed = kFixedCamera;
 
 // Presets and motion areas are numbered 1 to 30, and 255 is the default position.
-const CodeName kDefaultPosition[] = {{"255", 255}, {nullptr, 0}};
+const CodeName kDefaultPositionName[] = {{"255", kDefaultPosition}, {nullptr, 0}};
 const CodeName kAlarmModeCodes[] = {{"none", 1}, {"s", 128}, {"m", 64}, {"sm", 192}, {nullptr, 0}};
 const CodeName kBacklightCodes[] = {
     {"off", 1}, {"blc1", 2}, {"blc2", 3}, {"blc3", 4}, {nullptr, 0}};
@@ -33,275 +33,264 @@ const CodeName kBacklightCodes[] = {
 const CodeName kFixedDetectionCodes[] = {{"on", 0x20}, {"off", 0x10}, {nullptr, 0}};
 const CodeName kAreaDetectionCodes[] = {{"on", 0x12}, {"off", 0x11}, {nullptr, 0}};
 
+constexpr CommandOption option(const char* name, Field field, ValueKind kind, uint16_t min,
+                               uint16_t max, const char* help) {
+  return {name, field, kind, min, max, nullptr, 0, false, 0, false, F::kNone, help};
+}
+// A number from min to max, or a name of the field's codes.
+constexpr CommandOption number(const char* name, Field field, uint16_t min, uint16_t max,
+                               const char* help) {
+  return option(name, field, kValueByte, min, max, help);
+}
+// A name of the field's codes only.
+constexpr CommandOption word(const char* name, Field field, const char* help) {
+  return option(name, field, kValueByte, 0, 0, help);
+}
+constexpr CommandOption wide(const char* name, Field field, const char* help) {
+  return option(name, field, kValueU16, 1, 65535, help);
+}
+// A text of min to the field's width characters.
+constexpr CommandOption text(const char* name, Field field, uint16_t min, const char* help) {
+  return option(name, field, kValueText, min, 0, help);
+}
+constexpr CommandOption bare(const char* name, Field field, uint16_t min, uint16_t max,
+                             const char* help) {
+  return number(name, field, min, max, help).needed();
+}
+constexpr CommandOption path(const char* name, const char* help) {
+  return option(name, F::kNone, kValuePath, 0, 0, help);
+}
+constexpr CommandOption flag(const char* name, Field field, Field copies, const char* help) {
+  CommandOption o = option(name, field, kValueFlag, 0, 0, help);
+  o.copies = copies;
+  return o;
+}
+
+constexpr FixedField kVersionOne = {F::kClientVersion, 0x100, kAny};
+
 }  // namespace
 
-// Rows: name, byte, kind, min, max, codes, types, current field, omitted value,
-// required, help.
 const CommandSpec kCommands[] = {
-    {"info", "info", kAny, kCurrentNone, "print the device information", {{7, 1, kAny}}, {}},
+    {"info", M::kInfoRequest, kCurrentNone, "print the device information", {kVersionOne}, {}},
     {"motion get",
-     "motion-read",
-     kAny,
+     M::kMotionRead,
      kCurrentNone,
      "print the motion settings (on a pan/tilt camera those of one area)",
-     {{7, 1, kPt}},
-     {{"--area", 8, kValueByte, 1, 30, kDefaultPosition, kPt, nullptr, 0, true,
-       "the area: one per preset position"},
-      {"--map", 0, kValuePath, 0, 0, nullptr, kAny, nullptr, 0, false,
-       "receives the 4801-byte block map"}}},
+     {{F::kClientVersion, 0x100, kPt}},
+     {number("--area", F::kCurrentMd, 1, 30, "the area: one per preset position")
+          .named(kDefaultPositionName)
+          .on(kPt)
+          .needed(),
+      path("--map", "receives the 4801-byte block map")}},
     {"motion set",
-     "motion",
-     kAny,
+     M::kMotionWrite,
      kCurrentMotion,
      "send the motion settings and block map (on a pan/tilt camera those of one area)",
-     {{9, 1, kAny}},
-     {{"--map", 0, kValuePath, 0, 0, nullptr, kAny, nullptr, 0, false,
-       "holds the 4801-byte block map to send (default: the current map)"},
-      {"--detection", 5, kValueByte, 0, 0, kFixedDetectionCodes, kFixed, nullptr, 0, false,
-       "motion detection"},
-      {"--method", 5, kValueByte, 1, 2, nullptr, kFixed, nullptr, 0, false, "detection method"},
-      {"--area", 12, kValueByte, 1, 30, kDefaultPosition, kPt, nullptr, 0, true, "the area"},
-      {"--detection", 5, kValueByte, 0, 0, kAreaDetectionCodes, kPt, "motion_flags", 0, false,
-       "motion detection of every area"},
-      {"--enable", 13, kValueByte, 0, 0, kSw, kPt, "md_enable", 0, false, "this area"},
-      {"--act", 14, kValueByte, 0, 0, kAct, kPt, "md_act", 0, false, "what motion starts"},
-      {"--actno", 15, kValueByte, 1, 255, nullptr, kPt, "md_actno", 0, false,
-       "the preset or sequence it starts"},
-      {"--relay", 16, kValueByte, 1, 255, kRelayCodes, kPt, "md_relay", 0, false, "relay code"},
-      {"--record", 17, kValueByte, 0, 0, kSw, kPt, "md_record", 0, false, "recording"},
-      {"--email", 18, kValueByte, 0, 0, kSw, kPt, "md_email", 0, false, "e-mail"},
-      {"--manual", 20, kValueByte, 0, 0, kSw, kPt, "manual_enable", 0, false,
-       "manual motion settings"},
-      {"--threshold", 21, kValueByte, 1, 255, nullptr, kPt, "manual_threshold", 0, false,
-       "manual threshold"},
-      {"--sens", 22, kValueByte, 1, 255, nullptr, kPt, "manual_sens", 0, false,
-       "manual sensitivity"}}},
+     {{F::kPayloadVersion, 0x100, kAny}},
+     {path("--map", "holds the 4801-byte block map to send (default: the current map)"),
+      word("--detection", F::kMotionFlags, "motion detection")
+          .named(kFixedDetectionCodes)
+          .on(kFixed),
+      number("--method", F::kMotionFlags, 1, 2, "detection method").on(kFixed),
+      number("--area", F::kCurrentMd, 1, 30, "the area")
+          .named(kDefaultPositionName)
+          .on(kPt)
+          .needed(),
+      word("--detection", F::kMotionFlags, "motion detection of every area")
+          .named(kAreaDetectionCodes)
+          .on(kPt)
+          .keep_current(),
+      word("--enable", F::kMdEnable, "this area").on(kPt).keep_current(),
+      word("--act", F::kMdAct, "what motion starts").on(kPt).keep_current(),
+      number("--actno", F::kMdActno, 1, 255, "the preset or sequence it starts")
+          .on(kPt)
+          .keep_current(),
+      number("--relay", F::kMdRelay, 1, 255, "relay code").on(kPt).keep_current(),
+      word("--record", F::kMdRecord, "recording").on(kPt).keep_current(),
+      word("--email", F::kMdEmail, "e-mail").on(kPt).keep_current(),
+      word("--manual", F::kManualEnable, "manual motion settings").on(kPt).keep_current(),
+      number("--threshold", F::kManualThreshold, 1, 255, "manual threshold").on(kPt).keep_current(),
+      number("--sens", F::kManualSens, 1, 255, "manual sensitivity").on(kPt).keep_current()}},
     {"alarm-link get",
-     "alarm-link-read",
-     kPt,
+     M::kAlarmLinkRead,
      kCurrentNone,
      "print the links of alarm input IN and alarm output OUT",
      {},
-     {{"IN", 8, kValueByte, 1, 99, nullptr, kPt, nullptr, 0, true, "alarm input"},
-      {"OUT", 9, kValueByte, 1, 9, nullptr, kPt, nullptr, 0, true, "alarm output"}}},
+     {bare("IN", F::kCurrentAlarmin, 1, 99, "alarm input"),
+      bare("OUT", F::kCurrentAlarmout, 1, 9, "alarm output")}},
     {"alarm-link set",
-     "alarm-link",
-     kPt,
+     M::kAlarmLinkWrite,
      kCurrentAlarmLink,
      "change the links of alarm input IN and alarm output OUT",
      {},
-     {{"IN", 7, kValueByte, 1, 99, nullptr, kPt, nullptr, 0, true, "alarm input"},
-      {"OUT", 17, kValueByte, 1, 9, nullptr, kPt, nullptr, 0, true, "alarm output"},
-      {"--inputs", 6, kValueByte, 0, 0, kSw, kPt, "alin_allen", 0, false,
-       "master switch of every alarm input"},
-      {"--enable", 8, kValueByte, 0, 0, kSw, kPt, "alarmin_enable", 0, false, "the input"},
-      {"--type", 9, kValueByte, 0, 0, kInputTypeCodes, kPt, "alarmin_type", 0, false,
-       "contact: normally open or normally closed"},
-      {"--priority", 10, kValueByte, 1, 255, nullptr, kPt, "alarmin_priority", 0, false,
-       "priority"},
-      {"--act", 11, kValueByte, 0, 0, kAct, kPt, "alarmin_act", 0, false, "what the input starts"},
-      {"--actno", 12, kValueByte, 1, 255, nullptr, kPt, "alarmin_actno", 0, false,
-       "the preset or sequence it starts"},
-      {"--relay", 13, kValueByte, 1, 255, kRelayCodes, kPt, "alarmin_relay", 0, false,
-       "relay code"},
-      {"--record", 14, kValueByte, 0, 0, kSw, kPt, "alarmin_record", 0, false, "recording"},
-      {"--email", 15, kValueByte, 0, 0, kSw, kPt, "alarmin_email", 0, false, "e-mail"},
-      {"--outputs", 16, kValueByte, 0, 0, kSw, kPt, "alout_allen", 0, false,
-       "master switch of every alarm output"},
-      {"--out-enable", 18, kValueByte, 0, 0, kSw, kPt, "alarmout_enable", 0, false, "the output"},
-      {"--dwell", 19, kValueByte, 1, 255, nullptr, kPt, "alarmout_dwell", 0, false,
-       "how long the output stays on (255 counts as 1)"},
-      {"--linkage", 20, kValueByte, 0, 0, kLinkageCodes, kPt, "alarmout_linkage", 0, false,
-       "what drives the output"}}},
+     {bare("IN", F::kCurrentAlarmin, 1, 99, "alarm input"),
+      bare("OUT", F::kCurrentAlarmout, 1, 9, "alarm output"),
+      word("--inputs", F::kAlinAllen, "master switch of every alarm input").keep_current(),
+      word("--enable", F::kAlarminEnable, "the input").keep_current(),
+      word("--type", F::kAlarminType, "contact: normally open or normally closed").keep_current(),
+      number("--priority", F::kAlarminPriority, 1, 255, "priority").keep_current(),
+      word("--act", F::kAlarminAct, "what the input starts").keep_current(),
+      number("--actno", F::kAlarminActno, 1, 255, "the preset or sequence it starts")
+          .keep_current(),
+      number("--relay", F::kAlarminRelay, 1, 255, "relay code").keep_current(),
+      word("--record", F::kAlarminRecord, "recording").keep_current(),
+      word("--email", F::kAlarminEmail, "e-mail").keep_current(),
+      word("--outputs", F::kAloutAllen, "master switch of every alarm output").keep_current(),
+      word("--out-enable", F::kAlarmoutEnable, "the output").keep_current(),
+      number("--dwell", F::kAlarmoutDwell, 1, 255, "how long the output stays on (255 counts as 1)")
+          .keep_current(),
+      word("--linkage", F::kAlarmoutLinkage, "what drives the output").keep_current()}},
     {"preset get",
-     "preset-read",
-     kPt,
+     M::kPresetRead,
      kCurrentNone,
      "print preset N; the camera moves to it (not to 255, the default position)",
-     {{7, 1, kPt}},
-     {{"N", 8, kValueByte, 1, 30, kDefaultPosition, kPt, nullptr, 0, true, "the preset"}}},
+     {{F::kClientVersion, 0x100, kPt}},
+     {bare("N", F::kCurrentPreset, 1, 30, "the preset").named(kDefaultPositionName)}},
     // The camera takes the name even when it is empty, and no read shows a preset's
     // values without moving the camera there: so the name is required, and the other
     // values of the preset default to the camera's own. The file-wide home and
     // md-first, which the daemon holds only after a preset read, come from preset 255.
     {"preset set",
-     "preset",
-     kPt,
+     M::kPresetWrite,
      kCurrentPresets,
      "store the camera's position as preset N, with all of its values",
      {},
-     {{"N", 11, kValueByte, 1, 30, nullptr, kPt, nullptr, 0, true, "the preset"},
-      {"--name", 14, kValueText, 0, 10, nullptr, kPt, nullptr, 0, true, "its name (required)"},
-      {"--enable", 10, kValueByte, 0, 0, kSw, kPt, nullptr, 2, false,
-       "on stores the position, off clears it (default on)"},
-      {"--dwell", 12, kValueByte, 1, 255, nullptr, kPt, nullptr, 5, false,
-       "dwell time (default 5)"},
-      {"--group", 13, kValueByte, 1, 255, nullptr, kPt, nullptr, 255, false,
-       "group number (default 255)"},
-      {"--home", 7, kValueFlag, 11, 0, nullptr, kPt, "home", 0, false,
-       "make preset N the home position"},
-      {"--md-first", 8, kValueByte, 1, 255, nullptr, kPt, "md_first", 0, false,
-       "the file-wide md-first value"}}},
+     {bare("N", F::kCurrentPreset, 1, 30, "the preset"),
+      text("--name", F::kPresetName, 0, "its name (required)").needed(),
+      word("--enable", F::kPresetEnable, "on stores the position, off clears it (default on)")
+          .or_send(2),
+      number("--dwell", F::kPresetDwell, 1, 255, "dwell time (default 5)").or_send(5),
+      number("--group", F::kPresetGroup, 1, 255, "group number (default 255)").or_send(255),
+      flag("--home", F::kHome, F::kCurrentPreset, "make preset N the home position").keep_current(),
+      number("--md-first", F::kMdFirst, 1, 255, "the file-wide md-first value").keep_current()}},
     {"preset clear",
-     "preset",
-     kPt,
+     M::kPresetWrite,
      kCurrentNone,
      "delete preset N and its motion area, and clear its position",
-     {{6, 0x02, kPt}},
-     {{"N", 11, kValueByte, 1, 30, nullptr, kPt, nullptr, 0, true, "the preset"}}},
+     {{F::kPresetOperation, kPresetClearOne, kPt}},
+     {bare("N", F::kCurrentPreset, 1, 30, "the preset")}},
     {"preset clear-all",
-     "preset",
-     kPt,
+     M::kPresetWrite,
      kCurrentNone,
      "delete every preset and motion area but the default position's, clear every position",
-     {{6, 0x20, kPt}},
+     {{F::kPresetOperation, kPresetClearAll, kPt}},
      {}},
     {"autorun",
-     "autorun",
-     kPt,
+     M::kAutorunWrite,
      kCurrentNone,
      "change auto-pan, the poa action and auto-run",
      {},
-     {{"--direction", 4, kValueByte, 0, 0, kDirectionCodes, kPt, nullptr, 0, false,
-       "auto-pan direction"},
-      {"--speed", 5, kValueByte, 1, 255, nullptr, kPt, nullptr, 0, false, "auto-pan speed"},
-      {"--poa-enable", 6, kValueByte, 0, 0, kSw, kPt, nullptr, 0, false, "the poa action"},
-      {"--poa-act", 7, kValueByte, 0, 0, kPoaActCodes, kPt, nullptr, 0, false,
-       "what the poa action does"},
-      {"--poa-actno", 8, kValueByte, 1, 255, nullptr, kPt, nullptr, 0, false,
-       "the preset or sequence it uses"},
-      {"--enable", 9, kValueByte, 0, 0, kSw, kPt, nullptr, 0, false, "auto-run"},
-      {"--waittime", 10, kValueByte, 1, 255, nullptr, kPt, nullptr, 0, false,
-       "idle time before auto-run starts"},
-      {"--act", 11, kValueByte, 0, 0, kAct, kPt, nullptr, 0, false, "what auto-run does"},
-      {"--actno", 12, kValueByte, 1, 255, nullptr, kPt, nullptr, 0, false,
-       "the preset or sequence it uses"}}},
+     {word("--direction", F::kAutopanDirection, "auto-pan direction"),
+      number("--speed", F::kAutopanSpeed, 1, 255, "auto-pan speed"),
+      word("--poa-enable", F::kPoaEnable, "the poa action"),
+      word("--poa-act", F::kPoaAct, "what the poa action does"),
+      number("--poa-actno", F::kPoaActno, 1, 255, "the preset or sequence it uses"),
+      word("--enable", F::kAutorunEnable, "auto-run"),
+      number("--waittime", F::kAutorunWaittime, 1, 255, "idle time before auto-run starts"),
+      word("--act", F::kAutorunAct, "what auto-run does"),
+      number("--actno", F::kAutorunActno, 1, 255, "the preset or sequence it uses")}},
     {"video",
-     "video",
-     kAny,
+     M::kVideoWrite,
      kCurrentInfo,
      "change the video resolution (the daemon then restarts its streams)",
      {},
-     {{"--resolution", 4, kValueByte, 1, 3, nullptr, kAny, nullptr, 0, true,
-       "1 quadvga+vga, 2 vga+vga, 3 vga+qvga"}}},
+     {number("--resolution", F::kVideoResolution, 1, 3, "1 quadvga+vga, 2 vga+vga, 3 vga+qvga")
+          .needed()}},
     {"mpeg",
-     "mpeg",
-     kAny,
+     M::kMpegWrite,
      kCurrentInfo,
      "change the MPEG encoder (the daemon then restarts its streams)",
      {},
-     {{"--enable", 4, kValueByte, 0, 0, kSw, kAny, nullptr, 0, false, "the encoder"},
-      {"--gop", 5, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false,
-       "group of pictures length"},
-      {"--cbr", 6, kValueByte, 0, 0, kSw, kAny, nullptr, 0, false, "constant bit rate"},
-      {"--rate", 7, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false,
-       "frame rate + 1 with CBR on, quality with CBR off"},
-      {"--bitrate", 8, kValueU16, 1, 65535, nullptr, kAny, "mpeg_bitrate", 0, false,
-       "bit rate, with CBR on"}}},
+     {word("--enable", F::kMpegEnable, "the encoder"),
+      number("--gop", F::kMpegGop, 1, 255, "group of pictures length"),
+      word("--cbr", F::kMpegCbr, "constant bit rate"),
+      number("--rate", F::kMpegRate, 1, 255, "frame rate + 1 with CBR on, quality with CBR off"),
+      wide("--bitrate", F::kMpegBitrate, "bit rate, with CBR on").keep_current()}},
     {"jpeg",
-     "jpeg",
-     kAny,
+     M::kJpegWrite,
      kCurrentNone,
      "change the JPEG encoder (the daemon then restarts its streams)",
      {},
-     {{"--enable", 4, kValueByte, 0, 0, kSw, kAny, nullptr, 0, false, "the encoder"},
-      {"--quality", 5, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false, "quality"}}},
+     {word("--enable", F::kJpegEnable, "the encoder"),
+      number("--quality", F::kJpegQuality, 1, 255, "quality")}},
     {"stream",
-     "stream",
-     kAny,
+     M::kStreamWrite,
      kCurrentInfo,
      "change resolution, MPEG and JPEG at once (the daemon then restarts its streams)",
      {},
-     {{"--resolution", 4, kValueByte, 1, 3, nullptr, kAny, nullptr, 0, false,
-       "1 quadvga+vga, 2 vga+vga, 3 vga+qvga"},
-      {"--mpeg-enable", 5, kValueByte, 0, 0, kSw, kAny, nullptr, 0, false, "MPEG encoder"},
-      {"--gop", 6, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false,
-       "group of pictures length"},
-      {"--cbr", 7, kValueByte, 0, 0, kSw, kAny, nullptr, 0, false, "constant bit rate"},
-      {"--rate", 8, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false,
-       "frame rate + 1 with CBR on, quality with CBR off"},
-      {"--bitrate", 9, kValueU16, 1, 65535, nullptr, kAny, "mpeg_bitrate", 0, false,
-       "bit rate, with CBR on"},
-      {"--jpeg-enable", 11, kValueByte, 0, 0, kSw, kAny, nullptr, 0, false, "JPEG encoder"},
-      {"--quality", 12, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false, "JPEG quality"}}},
+     {number("--resolution", F::kVideoResolution, 1, 3, "1 quadvga+vga, 2 vga+vga, 3 vga+qvga"),
+      word("--mpeg-enable", F::kMpegEnable, "MPEG encoder"),
+      number("--gop", F::kMpegGop, 1, 255, "group of pictures length"),
+      word("--cbr", F::kMpegCbr, "constant bit rate"),
+      number("--rate", F::kMpegRate, 1, 255, "frame rate + 1 with CBR on, quality with CBR off"),
+      wide("--bitrate", F::kMpegBitrate, "bit rate, with CBR on").keep_current(),
+      word("--jpeg-enable", F::kJpegEnable, "JPEG encoder"),
+      number("--quality", F::kJpegQuality, 1, 255, "JPEG quality")}},
     {"alarm",
-     "alarm",
-     kFixed,
+     M::kAlarmWrite,
      kCurrentNone,
      "change the alarm input and output",
      {},
-     {{"--in", 4, kValueByte, 0, 0, kSw, kFixed, nullptr, 0, false, "alarm input"},
-      {"--polarity", 5, kValueByte, 0, 0, kPolarityCodes, kFixed, nullptr, 0, false,
-       "contact: normally open or normally closed"},
-      {"--out", 6, kValueByte, 0, 0, kSw, kFixed, nullptr, 0, false, "alarm output"},
-      {"--mode", 7, kValueByte, 0, 0, kAlarmModeCodes, kFixed, nullptr, 0, false,
-       "what drives the output"},
-      {"--duration", 8, kValueByte, 1, 255, nullptr, kFixed, nullptr, 0, false,
-       "how long the output stays on"}}},
+     {word("--in", F::kAlarmIn, "alarm input"),
+      word("--polarity", F::kAlarmInPolarity, "contact: normally open or normally closed"),
+      word("--out", F::kAlarmOut, "alarm output"),
+      word("--mode", F::kAlarmOutMode, "what drives the output").named(kAlarmModeCodes),
+      number("--duration", F::kAlarmOutDuration, 1, 255, "how long the output stays on")}},
     {"osd",
-     "osd",
-     kAny,
+     M::kOsdWrite,
      kCurrentNone,
      "change the on-screen display",
      {},
-     {{"--enable", 4, kValueByte, 0, 0, kSw, kAny, nullptr, 0, false, "the display"},
-      {"--color", 5, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false, "colour"},
-      {"--flags", 6, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false,
-       "sum of 0x20 text, 0x10 date, 0x08 time, 0x04 icons"},
-      {"--extra", 7, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false,
-       "extra byte (not stored)"},
-      {"--text", 8, kValueText, 1, 20, nullptr, kAny, nullptr, 0, false, "text line"}}},
+     {word("--enable", F::kOsdEnable, "the display"),
+      number("--color", F::kOsdColor, 1, 255, "colour"),
+      number("--flags", F::kOsdDisplayFlags, 1, 255,
+             "sum of 0x20 text, 0x10 date, 0x08 time, 0x04 icons"),
+      number("--extra", F::kOsdExtra, 1, 255, "extra byte (not stored)"),
+      text("--text", F::kOsdTitle, 1, "text line")}},
     {"title",
-     "title",
-     kAny,
+     M::kTitleWrite,
      kCurrentNone,
      "change the camera title",
      {},
-     {{"TEXT", 4, kValueText, 1, 20, nullptr, kAny, nullptr, 0, true, "the title"}}},
+     {text("TEXT", F::kCameraTitle, 1, "the title").needed()}},
     {"privacy",
-     "privacy",
-     kFixed,
+     M::kPrivacyWrite,
      kCurrentNone,
      "change the privacy mask",
      {},
-     {{"--enable", 4, kValueByte, 0, 0, kSw, kFixed, nullptr, 0, false, "the mask"},
-      {"--color", 5, kValueByte, 1, 255, nullptr, kFixed, nullptr, 0, false, "colour"},
-      {"--areas", 6, kValueByte, 1, 255, nullptr, kFixed, nullptr, 0, false, "area count"},
-      {"--left", 7, kValueU16, 1, 65535, nullptr, kFixed, nullptr, 0, false, "left edge"},
-      {"--top", 9, kValueU16, 1, 65535, nullptr, kFixed, nullptr, 0, false, "top edge"},
-      {"--right", 11, kValueU16, 1, 65535, nullptr, kFixed, nullptr, 0, false, "right edge"},
-      {"--bottom", 13, kValueU16, 1, 65535, nullptr, kFixed, nullptr, 0, false, "bottom edge"}}},
+     {word("--enable", F::kPrivacyEnable, "the mask"),
+      number("--color", F::kPrivacyColor, 1, 255, "colour"),
+      number("--areas", F::kPrivacyAreas, 1, 255, "area count"),
+      wide("--left", F::kPrivacyLeft, "left edge"), wide("--top", F::kPrivacyTop, "top edge"),
+      wide("--right", F::kPrivacyRight, "right edge"),
+      wide("--bottom", F::kPrivacyBottom, "bottom edge")}},
     {"picture",
-     "picture",
-     kAny,
+     M::kPictureWrite,
      kCurrentNone,
      "change the picture controls",
      {},
-     {{"--brightness", 4, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false, "brightness"},
-      {"--contrast", 5, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false, "contrast"},
-      {"--sharpness", 6, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false, "sharpness"},
-      {"--hue", 7, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false, "hue"},
-      {"--saturation", 8, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false, "saturation"}}},
+     {number("--brightness", F::kCamBrightness, 1, 255, "brightness"),
+      number("--contrast", F::kCamContrast, 1, 255, "contrast"),
+      number("--sharpness", F::kCamSharpness, 1, 255, "sharpness"),
+      number("--hue", F::kCamHue, 1, 255, "hue"),
+      number("--saturation", F::kCamSaturation, 1, 255, "saturation")}},
     {"whitebalance",
-     "white-balance",
-     kAny,
+     M::kWhiteBalanceWrite,
      kCurrentNone,
      "change white balance and back-light compensation",
      {},
-     {{"--wb", 4, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false, "white balance mode"},
-      {"--manual", 5, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false, "manual white balance"},
-      {"--blc", 6, kValueByte, 0, 0, kBacklightCodes, kAny, nullptr, 0, false,
-       "back-light compensation"}}},
+     {number("--wb", F::kCamWb, 1, 255, "white balance mode"),
+      number("--manual", F::kCamWbManual, 1, 255, "manual white balance"),
+      word("--blc", F::kCamBlc, "back-light compensation").named(kBacklightCodes)}},
     {"camcontrol2",
-     "camcontrol2",
-     kAny,
+     M::kCamcontrol2Write,
      kCurrentNone,
      "change monochrome, negative, colour bar and sensor-up",
      {},
-     {{"--monochrome", 4, kValueByte, 0, 0, kSw, kAny, nullptr, 0, false, "monochrome"},
-      {"--negative", 5, kValueByte, 0, 0, kSw, kAny, nullptr, 0, false, "negative"},
-      {"--colorbar", 6, kValueByte, 0, 0, kSw, kAny, nullptr, 0, false, "colour bar"},
-      {"--sensorup", 7, kValueByte, 1, 255, nullptr, kAny, nullptr, 0, false, "sensor-up"}}},
+     {word("--monochrome", F::kCamMonochrome, "monochrome"),
+      word("--negative", F::kCamNegative, "negative"),
+      word("--colorbar", F::kCamColorbar, "colour bar"),
+      number("--sensorup", F::kCamSensorup, 1, 255, "sensor-up")}},
 };
 const size_t kCommandCount = sizeof(kCommands) / sizeof(kCommands[0]);
 
@@ -330,6 +319,14 @@ int parse_number(const char* text, uint32_t max, uint32_t* value) {
   return 0;
 }
 
+uint8_t command_types(const CommandSpec& spec) {
+  return message(spec.request).cameras;
+}
+
+uint8_t option_types(const CommandSpec& spec, const CommandOption& option) {
+  return option.types != 0 ? option.types : command_types(spec);
+}
+
 namespace {
 
 bool is_bare(const CommandOption& option) {
@@ -341,6 +338,19 @@ size_t option_count(const CommandSpec& spec) {
   while (count < kMaxOptions && spec.options[count].name != nullptr)
     count++;
   return count;
+}
+
+// The option row as it applies: its device types, its codes (the field's own unless the
+// row names others) and a text's width (the field's, unless the row says less).
+CommandOption resolved(const CommandSpec& spec, size_t row) {
+  CommandOption option = spec.options[row];
+  option.types = option_types(spec, option);
+  if (option.codes == nullptr)
+    option.codes = field_info(option.field).codes;
+  const WireRow* wire = find_row(message(spec.request), option.field);
+  if (option.kind == kValueText && option.max == 0 && wire != nullptr)
+    option.max = wire->width;
+  return option;
 }
 
 // "a, b or c": the words joined for a message.
@@ -377,11 +387,12 @@ bool value_accepted(const CommandOption& option, const char* text) {
   return false;
 }
 
+// A 16-bit value replaces its field; a byte value is OR-ed into it (two options may
+// share a byte).
 void write_value(const CommandOption& option, uint32_t value, RequestHeader* header) {
-  if (option.kind == kValueU16)
-    request_set_u16(header, option.offset, static_cast<uint16_t>(value));
-  else
-    request_set_byte(header, option.offset, header->bytes[option.offset] | value);
+  if (option.kind != kValueU16)
+    value |= request_get(*header, option.field);
+  request_set(header, option.field, value);
 }
 
 std::string option_words(const CommandSpec& spec) {
@@ -391,6 +402,10 @@ std::string option_words(const CommandSpec& spec) {
       words += " " + std::string(spec.options[i].name);
   }
   return words;
+}
+
+bool answered(const CommandSpec& spec) {
+  return message(spec.request).answer != MessageId::kCount;
 }
 
 }  // namespace
@@ -418,13 +433,12 @@ std::string accepted_values(const CommandOption& option) {
 int parse_command(const CommandSpec& spec, int argc, char** argv, ParsedCommand* out) {
   *out = ParsedCommand();
   out->spec = &spec;
-  const RequestKind* kind = find_request_kind(spec.request);
   size_t rows = option_count(spec), next_bare = 0;
   for (int i = 0; i < argc; i++) {
     const char* name = argv[i];
     const char* value = nullptr;
     bool matched = false;
-    if (kind->answered && strcmp(name, "--json") == 0) {
+    if (answered(spec) && strcmp(name, "--json") == 0) {
       out->json = true;
       continue;
     }
@@ -437,7 +451,7 @@ int parse_command(const CommandSpec& spec, int argc, char** argv, ParsedCommand*
       }
     }
     for (size_t row = 0; row < rows; row++) {
-      const CommandOption& option = spec.options[row];
+      const CommandOption option = resolved(spec, row);
       if (strcmp(option.name, name) != 0)
         continue;
       if (value == nullptr && option.kind == kValueFlag) {
@@ -464,8 +478,8 @@ int parse_command(const CommandSpec& spec, int argc, char** argv, ParsedCommand*
     }
   }
   for (size_t row = 0; row < rows; row++) {  // required whatever the device type
-    const CommandOption& option = spec.options[row];
-    bool required = is_bare(option) || (option.required && option.types == spec.types);
+    const CommandOption option = resolved(spec, row);
+    bool required = is_bare(option) || (option.required && option.types == command_types(spec));
     if (required && out->values[row] == nullptr) {
       console_error("camrc: %s: %s is required (%s)\n", spec.name, option.name,
                     accepted_values(option).c_str());
@@ -486,12 +500,11 @@ const char* given_value(const ParsedCommand& parsed, const char* name) {
 int build_request(const ParsedCommand& parsed, uint8_t device_type, const DecodedReply* current,
                   RequestHeader* header) {
   const CommandSpec& spec = *parsed.spec;
-  const RequestKind* kind = find_request_kind(spec.request);
-  *header = make_request(kind->command_class, kind->sub);
-  uint8_t type = type_bit(device_type);
-  for (const FixedByte& fixed : spec.fixed) {
-    if (fixed.offset != 0 && (fixed.types & type) != 0)
-      request_set_byte(header, fixed.offset, fixed.value);
+  *header = make_request(spec.request);
+  uint8_t type = device_type_bit(device_type);
+  for (const FixedField& fixed : spec.fixed) {
+    if (fixed.field != Field::kNone && (fixed.types & type) != 0)
+      request_set(header, fixed.field, fixed.value);
   }
   size_t rows = option_count(spec);
   for (size_t row = 0; row < rows; row++) {  // a given option some row of this type serves
@@ -499,7 +512,7 @@ int build_request(const ParsedCommand& parsed, uint8_t device_type, const Decode
     bool served = false;
     for (size_t other = 0; other < rows; other++) {
       served = served || (strcmp(spec.options[other].name, spec.options[row].name) == 0 &&
-                          (spec.options[other].types & type) != 0);
+                          (option_types(spec, spec.options[other]) & type) != 0);
     }
     if (value != nullptr && !served) {
       console_error("camrc: %s %s: the camera (device type %u) does not serve it\n", spec.name,
@@ -508,15 +521,15 @@ int build_request(const ParsedCommand& parsed, uint8_t device_type, const Decode
     }
   }
   for (size_t row = 0; row < rows; row++) {
-    const CommandOption& option = spec.options[row];
+    const CommandOption option = resolved(spec, row);
     const char* value = parsed.values[row];
     uint32_t number = 0;
     if ((option.types & type) == 0 || option.kind == kValuePath)
       continue;
     if (value != nullptr && option.kind == kValueText) {
-      request_set_text(header, option.offset, option.max, value);
+      request_set_text(header, option.field, value);
     } else if (value != nullptr && option.kind == kValueFlag) {
-      request_set_byte(header, option.offset, header->bytes[option.min]);
+      request_set(header, option.field, request_get(*header, option.copies));
     } else if (value != nullptr) {
       option_number(option, value, &number);
       write_value(option, number, header);
@@ -524,8 +537,8 @@ int build_request(const ParsedCommand& parsed, uint8_t device_type, const Decode
       console_error("camrc: %s: %s is required (%s)\n", spec.name, option.name,
                     accepted_values(option).c_str());
       return -1;
-    } else if (option.current != nullptr && current != nullptr) {
-      if (const FieldValue* field = find_field(*current, option.current))
+    } else if (option.current && current != nullptr) {
+      if (const FieldValue* field = find_field(*current, option.field))
         write_value(option, field->number, header);
     } else if (option.omitted != 0) {
       write_value(option, option.omitted, header);
@@ -538,24 +551,24 @@ std::string commands_help() {
   std::string out;
   for (size_t i = 0; i < kCommandCount; i++) {
     const CommandSpec& spec = kCommands[i];
-    bool answered = find_request_kind(spec.request)->answered;
+    uint8_t spec_types = command_types(spec);
     size_t rows = option_count(spec);
     bool named_options = false;
     for (size_t row = 0; row < rows; row++)
       named_options = named_options || !is_bare(spec.options[row]);
     std::string line = "  " + std::string(spec.name) + option_words(spec) +
-                       (named_options ? " [OPTIONS]" : "") + (answered ? " [--json]" : "");
-    if (spec.types == kFixedCamera)
+                       (named_options ? " [OPTIONS]" : "") + (answered(spec) ? " [--json]" : "");
+    if (spec_types == kFixedCameraType)
       line += "   (fixed cameras, device type 1)";
-    else if (spec.types == kPanTilt)
+    else if (spec_types == kPanTiltType)
       line += "   (pan/tilt cameras, device type 2)";
     out += line + "\n      " + spec.help + "\n";
     for (size_t row = 0; row < rows; row++) {
-      const CommandOption& option = spec.options[row];
-      std::string types = option.types == spec.types     ? ""
-                          : option.types == kPanTilt     ? " (pan/tilt)"
-                          : option.types == kFixedCamera ? " (fixed)"
-                                                         : "";
+      const CommandOption option = resolved(spec, row);
+      std::string types = option.types == spec_types         ? ""
+                          : option.types == kPanTiltType     ? " (pan/tilt)"
+                          : option.types == kFixedCameraType ? " (fixed)"
+                                                             : "";
       char text[160];
       snprintf(text, sizeof text, "      %-14s %s: %s%s\n", option.name,
                accepted_values(option).c_str(), option.help, types.c_str());

@@ -1,10 +1,11 @@
-// camrc's commands: one table row per command (its request, the device types that
-// serve it, the read whose reply supplies omitted values, its options), one row per
-// option (the header byte it fills, how its value reads and its range). An option that
-// is not given sends 0, which the server takes as "unchanged", unless its row names
-// what to send instead: the current value from a reply field (for bytes the server
-// takes even when 0, and for values of a numbered section that the server's record
-// may not hold), or a fixed value.
+// camrc's commands: one table row per command (its request, whose cameras are the
+// device types that serve it, the read whose reply supplies omitted values, its
+// options), one row per option (the request field it fills, how its value reads and
+// its range; where the field stands comes from the request's table). An option that is
+// not given sends 0, which the server takes as "unchanged", unless its row names what
+// to send instead: the field's current value from a reply (for bytes the server takes
+// even when 0, and for values of a numbered section that the server's record may not
+// hold), or a fixed value.
 //
 // Parsing keeps each option's text; the header is built once the device type is
 // known, from the rows that type serves (an option may have a row per type).
@@ -18,37 +19,56 @@
 
 #include "client/client_request.h"
 #include "client/reply_fields.h"
+#include "protocol/messages.h"
 
 namespace camrcd {
 
 enum ValueKind : uint8_t {
-  kValueByte,  // a number min..max or a name from codes, OR-ed into its byte
+  kValueByte,  // a number min..max or a name from its codes, OR-ed into its byte
   kValueU16,   // a number min..max, little-endian
   kValueText,  // at most max characters
-  kValueFlag,  // takes no value: copies header byte `min` into its byte
-  kValuePath,  // a file camrc reads or writes; fills no header byte
+  kValueFlag,  // takes no value: copies the request's field `copies` into its field
+  kValuePath,  // a file camrc reads or writes; fills no request field
 };
-
-// Device types as bits: an option or a command served by types 1 and 2 has both.
-inline constexpr uint8_t kFixedCamera = 1 << 1;
-inline constexpr uint8_t kPanTilt = 1 << 2;
-inline constexpr uint8_t kEveryType = 0xFF;
-
-inline uint8_t type_bit(uint8_t device_type) {
-  return device_type < 8 ? static_cast<uint8_t>(1 << device_type) : 0;
-}
 
 struct CommandOption {
   const char* name;  // "--dwell", or an upper-case word for a bare value ("N")
-  uint8_t offset;    // header byte
+  Field field;       // the request field it fills
   ValueKind kind;
   uint16_t min, max;      // numbers accepted (none when max is 0); texts: max length
-  const CodeName* codes;  // named values, or nullptr
-  uint8_t types;          // device types that serve this row
-  const char* current;    // omitted: send this field of the command's current read
-  uint16_t omitted;       // omitted and no current field: send this (0: unchanged)
+  const CodeName* codes;  // named values; nullptr: the field's own
+  uint8_t types;          // device types that serve this row; 0: the command's
+  bool current;           // omitted: send the field's value in the command's current read
+  uint16_t omitted;       // omitted and no current value: send this (0: unchanged)
   bool required;          // bare values are always required
+  Field copies;           // a flag's source field
   const char* help;
+
+  constexpr CommandOption on(uint8_t device_types) const {
+    CommandOption o = *this;
+    o.types = device_types;
+    return o;
+  }
+  constexpr CommandOption keep_current() const {
+    CommandOption o = *this;
+    o.current = true;
+    return o;
+  }
+  constexpr CommandOption or_send(uint16_t value) const {
+    CommandOption o = *this;
+    o.omitted = value;
+    return o;
+  }
+  constexpr CommandOption needed() const {
+    CommandOption o = *this;
+    o.required = true;
+    return o;
+  }
+  constexpr CommandOption named(const CodeName* names) const {
+    CommandOption o = *this;
+    o.codes = names;
+    return o;
+  }
 };
 
 // The read whose reply gives the current values of a write's omitted options.
@@ -62,21 +82,24 @@ enum CurrentRead : uint8_t {
 
 inline constexpr size_t kMaxOptions = 16;
 
-struct FixedByte {
-  uint8_t offset;  // 0: no byte
-  uint8_t value;
+struct FixedField {
+  Field field;  // kNone: no field
+  uint16_t value;
   uint8_t types;  // device types whose request carries it
 };
 
 struct CommandSpec {
-  const char* name;     // "picture", "preset set"
-  const char* request;  // in kRequestKinds
-  uint8_t types;        // device types that serve the command
+  const char* name;   // "picture", "preset set"
+  MessageId request;  // whose cameras are the device types that serve the command
   CurrentRead current;
   const char* help;
-  FixedByte fixed[2];                  // header bytes the command always sets
+  FixedField fixed[2];                 // request fields the command always sets
   CommandOption options[kMaxOptions];  // ends with a row whose name is nullptr
 };
+
+// The device types that serve a command and one of its option rows.
+uint8_t command_types(const CommandSpec& spec);
+uint8_t option_types(const CommandSpec& spec, const CommandOption& option);
 
 extern const CommandSpec kCommands[];
 extern const size_t kCommandCount;

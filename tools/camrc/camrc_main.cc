@@ -17,10 +17,8 @@
 #include "camrc_session.h"
 #include "client/client_request.h"
 #include "client/reply_fields.h"
-#include "control/replies.h"
 #include "platform/console.h"
-#include "settings/group_masks.h"
-#include "settings/settings_record.h"
+#include "protocol/messages.h"
 
 namespace camrcd {
 namespace {
@@ -62,27 +60,10 @@ int usage_error(const std::string& message) {
   return kCamrcUsage;
 }
 
-struct ReloadGroup {
-  const char* name;
-  uint32_t bit;
-};
-
-const ReloadGroup kReloadGroups[] = {
-    {"video", kLoadVideo},
-    {"mpeg", kLoadMpeg},
-    {"jpeg", kLoadJpeg},
-    {"osd", kLoadOsd},
-    {"privacy", kLoadPrivacy},
-    {"camcontrol1", kLoadCamcontrol1},
-    {"camcontrol2", kLoadCamcontrol2},
-    {"alarm", kLoadAlarm},
-    {"autorun", kLoadAutorun},
-};
-
 // The server answers a reload only for bits 0-9 and 12, and bytes 2-3 must not read
 // as the information class (0x10 in byte 2).
 bool reload_bits_valid(uint32_t bits) {
-  return (bits & 0xEC00) == 0 && (bits >> 8) != kClassInformation;
+  return (bits & ~uint32_t{kReloadAcceptedBits}) == 0 && (bits >> 8) != kClassInformation;
 }
 
 int prepare_reload(int argc, char** argv, RequestHeader* header, bool* json) {
@@ -116,16 +97,14 @@ void print_fields(const DecodedReply& fields, bool json) {
   console_print("%s", text.c_str());
 }
 
-// Sends a read request and decodes its reply, which answers the request's sub-command
-// (a reload request's reply is the device information): kCamrcOk, or the exit status
-// after printing why.
+// Sends a read request and decodes its reply, which must be the request's answer (a
+// reload request's is the device information): kCamrcOk, or the exit status after
+// printing why.
 int read_decoded(Session* session, const RequestHeader& request, const char* what, Reply* reply,
                  DecodedReply* fields, int timeout_ms = kClientTimeoutMs) {
-  bool information = request.bytes[kRequestClass] == kClassInformation;
-  uint8_t answer = information ? request.bytes[kRequestSub] + 1 : kReplyDeviceInfo;
+  MessageId answer = message(request.id).answer;
   int status = session_read(session, request, reply, what, timeout_ms);
-  if (status == kCamrcOk && (reply->bytes[kReplySub] != answer ||
-                             decode_reply(reply->bytes, reply->length, fields) != 0)) {
+  if (status == kCamrcOk && decode_reply(reply->bytes, reply->length, fields, answer) != 0) {
     console_error("camrc: %s: not a reply of this protocol\n", what);
     status = kCamrcBadReply;
   }
@@ -144,28 +123,29 @@ int read_current(Session* session, CurrentRead current, uint8_t device_type,
   RequestHeader read;
   const char* what = "alarm link reply";
   if (current == kCurrentAlarmLink) {
-    read = make_request(kClassInformation, kSubAlarmLinkRead);
-    request_set_byte(&read, 8, write.bytes[7]);
-    request_set_byte(&read, 9, write.bytes[17]);
+    read = make_request(MessageId::kAlarmLinkRead);
+    for (Field selector : {Field::kCurrentAlarmin, Field::kCurrentAlarmout})
+      request_set(&read, selector, request_get(write, selector));
   } else if (current == kCurrentPresets) {
     what = "preset reply";
-    read = make_request(kClassInformation, kSubPresetRead);
-    request_set_version(&read, 6, 1, 0);
-    request_set_byte(&read, 8, 255);  // the one preset whose read does not move the camera
+    read = make_request(MessageId::kPresetRead);
+    request_set(&read, Field::kClientVersion, 0x100);
+    // The one preset whose read does not move the camera.
+    request_set(&read, Field::kCurrentPreset, kDefaultPosition);
   } else {
     what = "motion reply";
-    read = make_request(kClassInformation, kSubMotionRead);
+    read = make_request(MessageId::kMotionRead);
     if (device_type != 1) {  // with version 0 the daemon reads area 1
-      request_set_version(&read, 6, 1, 0);
-      request_set_byte(&read, 8, write.bytes[12]);
+      request_set(&read, Field::kClientVersion, 0x100);
+      request_set(&read, Field::kCurrentMd, request_get(write, Field::kCurrentMd));
     }
   }
   return read_decoded(session, read, what, reply, fields);
 }
 
-uint32_t field_number(const DecodedReply& fields, const char* name) {
-  const FieldValue* field = find_field(fields, name);
-  return field != nullptr ? field->number : 0;
+uint32_t field_number(const DecodedReply& fields, Field field) {
+  const FieldValue* value = find_field(fields, field);
+  return value != nullptr ? value->number : 0;
 }
 
 // The MPEG rate fields change meaning with the rate control: with CBR on the rate is
@@ -174,7 +154,7 @@ uint32_t field_number(const DecodedReply& fields, const char* name) {
 // rate control needs them given.
 int check_rate_control(const ParsedCommand& parsed, const DecodedReply& info) {
   const char* cbr = given_value(parsed, "--cbr");
-  uint8_t code_now = static_cast<uint8_t>(field_number(info, "mpeg_cbr")), code = code_now;
+  uint8_t code_now = static_cast<uint8_t>(field_number(info, Field::kMpegCbr)), code = code_now;
   if (cbr != nullptr)
     code_value(kSwitchCodes, cbr, &code);
   std::string command = parsed.spec->name;
@@ -191,7 +171,7 @@ int check_rate_control(const ParsedCommand& parsed, const DecodedReply& info) {
 }
 
 // A map file of exactly kMotionBlockMapSize bytes, or the map of the current motion
-// reply, then the trailer.
+// reply, then the trailer: the payload of a motion write.
 int motion_payload(const ParsedCommand& parsed, const Reply& current,
                    std::vector<uint8_t>* payload) {
   const char* path = given_value(parsed, "--map");
@@ -234,7 +214,7 @@ int write_map_file(const char* path, const Reply& reply) {
 int run_read(Session* session, const ParsedCommand& parsed, const RequestHeader& header) {
   Reply reply;
   DecodedReply fields;
-  bool preset = header.bytes[kRequestSub] == kSubPresetRead;
+  bool preset = header.id == MessageId::kPresetRead;
   int status = read_decoded(session, header, "reply", &reply, &fields,
                             preset ? kPresetReadMs : kClientTimeoutMs);
   if (status != kCamrcOk)
@@ -247,8 +227,8 @@ int run_read(Session* session, const ParsedCommand& parsed, const RequestHeader&
 // Everything after the device information: checks, current values, the request.
 int run_after_info(Session* session, const ParsedCommand& parsed, const DecodedReply& info) {
   const CommandSpec& spec = *parsed.spec;
-  uint8_t type = static_cast<uint8_t>(field_number(info, "device_type"));
-  if ((spec.types & type_bit(type)) == 0) {
+  uint8_t type = static_cast<uint8_t>(field_number(info, Field::kDeviceType));
+  if ((command_types(spec) & device_type_bit(type)) == 0) {
     console_error("camrc: %s: the camera is %s (device type %u), which does not serve it\n",
                   spec.name, type_words(type), type);
     return kCamrcNotServed;
@@ -265,16 +245,16 @@ int run_after_info(Session* session, const ParsedCommand& parsed, const DecodedR
       return status;
     build_request(parsed, type, &current_fields, &header);
   }
-  const RequestKind* kind = find_request_kind(spec.request);
-  if (kind->answered)
+  const MessageSpec& request = message(spec.request);
+  if (request.answer != MessageId::kCount)
     return run_read(session, parsed, header);
 
   std::vector<uint8_t> payload;
-  bool restarts_streams = kind->command_class == kClassStream && kind->sub != kSubAutorun;
-  if (strcmp(spec.name, "video") == 0 &&
-      header.bytes[4] == field_number(info, "video_resolution")) {
+  uint32_t resolution = request_get(header, Field::kVideoResolution);
+  if (request.id == MessageId::kVideoWrite &&
+      resolution == field_number(info, Field::kVideoResolution)) {
     // The daemon ends the connection at once on a resolution it already has.
-    console_error("camrc: video: the resolution is already %u; nothing sent\n", header.bytes[4]);
+    console_error("camrc: video: the resolution is already %u; nothing sent\n", resolution);
     return kCamrcOk;
   }
   bool rate_control = false;
@@ -285,18 +265,18 @@ int run_after_info(Session* session, const ParsedCommand& parsed, const DecodedR
     if (status != kCamrcOk)
       return status;
   }
-  if (kind->command_class == kClassEvent && kind->sub == kSubMotionWrite) {
+  if (request.id == MessageId::kMotionWrite) {
     int status = motion_payload(parsed, current_reply, &payload);
     if (status != kCamrcOk)
       return status;
-    request_set_u16(&header, 6, static_cast<uint16_t>(payload.size()));
+    request_set(&header, Field::kMotionMapLength, static_cast<uint32_t>(payload.size()));
   }
-  return session_write(session, header, payload, restarts_streams);
+  return session_write(session, header, payload, request.restarts_streams);
 }
 
 int run_command(Session* session, const ParsedCommand& parsed) {
-  RequestHeader info_request = make_request(kClassInformation, kSubDeviceInfo);
-  request_set_version(&info_request, 6, 1, 0);
+  RequestHeader info_request = make_request(MessageId::kInfoRequest);
+  request_set(&info_request, Field::kClientVersion, 0x100);
   Reply info;
   DecodedReply fields;
   int status = read_decoded(session, info_request, "device information", &info, &fields);
@@ -320,11 +300,12 @@ int run_reload(Session* session, const RequestHeader& header, bool json) {
 
 int run_close(Session* session) {
   Reply reply;
-  int status = session_read(session, make_request(kClassInformation, kSubClose), &reply, "close");
+  int status = session_read(session, make_request(MessageId::kCloseRequest), &reply, "close");
   session_drop(session);
   if (status != kCamrcOk)
     return status;
-  if (reply.length != kReplyHeaderSize || reply.bytes[kReplySub] != kReplyClose) {
+  DecodedReply fields;
+  if (decode_reply(reply.bytes, reply.length, &fields, MessageId::kCloseReply) != 0) {
     console_error("camrc: close: the answer is not the close reply\n");
     return kCamrcBadReply;
   }

@@ -16,18 +16,16 @@ std::string hex_escape(const char* prefix, unsigned char c) {
 // The value as text, and whether it is a string (not a number) in JSON.
 std::string field_value(const FieldValue& field, bool* is_string) {
   *is_string = true;
-  switch (field.field_layout->kind) {
-    case kFieldText:
-    case kFieldLine:
-    case kFieldMac:
-    case kFieldVersion:
+  switch (field.row->kind) {
+    case WireKind::kText:
+    case WireKind::kMacReversed:
+    case WireKind::kVersion:
       return field.text;
-    case kFieldByte:
-      if (const char* name = code_name(field.field_layout->codes, field.number))
+    case WireKind::kByte:
+      if (const char* name = code_name(field_info(field.row->field).codes, field.number))
         return name;
       break;
-    case kFieldU16:
-    case kFieldU32:
+    default:
       break;
   }
   *is_string = false;
@@ -61,8 +59,7 @@ std::string format_fields_text(const DecodedReply& reply) {
   bool is_string = false;
   for (size_t i = 0; i < reply.count; i++) {
     const FieldValue& field = reply.fields[i];
-    out += std::string(field.field_layout->name) + ": " +
-           printable(field_value(field, &is_string)) + "\n";
+    out += std::string(field_name(field)) + ": " + printable(field_value(field, &is_string)) + "\n";
   }
   return out;
 }
@@ -73,7 +70,7 @@ std::string format_fields_json(const DecodedReply& reply) {
   for (size_t i = 0; i < reply.count; i++) {
     const FieldValue& field = reply.fields[i];
     std::string value = field_value(field, &is_string);
-    out += (i == 0 ? "" : ",") + json_string(field.field_layout->name) + ":" +
+    out += (i == 0 ? "" : ",") + json_string(field_name(field)) + ":" +
            (is_string ? json_string(value.c_str()) : value);
   }
   return out + "}\n";

@@ -4,8 +4,9 @@
 #include <unistd.h>
 
 #include "client/client_login.h"
-#include "control/net_io.h"
+#include "client/reply_fields.h"
 #include "platform/console.h"
+#include "platform/net_io.h"
 
 namespace camrcd {
 
@@ -17,30 +18,16 @@ constexpr int kWriteSettleMs = 10000;
 // How long the daemon may take to close a connection after its close reply.
 constexpr int kCloseWaitMs = 2000;
 
-struct LoginReason {
-  LoginOutcome outcome;
-  uint32_t status;
-  const char* reason;
-};
-
-const LoginReason kLoginReasons[] = {
-    {kLoginRefused, kAuthStatusNoSuchUser, "no such user"},
-    {kLoginRefused, kAuthStatusUserListUnreadable, "user list unreadable"},
-    {kLoginRefused, kAuthStatusRightsRefused, "the user's rights refuse this service"},
-    {kLoginRejected, kAuthStatusWrongResponse, "wrong password"},
-    {kLoginRejected, kAuthStatusMalformedResponse, "malformed response"},
-};
-
+// The reason the answer (a refusal) or the verdict gives.
 const char* login_reason(const LoginResult& result) {
-  for (const LoginReason& row : kLoginReasons) {
-    if (row.outcome == result.outcome && row.status == result.status)
-      return row.reason;
-  }
-  return "unknown status";
+  uint16_t type = result.outcome == kLoginRefused ? kAuthTypeAnswer : kAuthTypeVerdict;
+  const char* reason = login_status_reason(type, result.status);
+  return reason != nullptr ? reason : "unknown status";
 }
 
 bool is_close_reply(const Reply& reply) {
-  return reply.length == kReplyHeaderSize && reply.bytes[kReplySub] == kReplyClose;
+  DecodedReply fields;
+  return decode_reply(reply.bytes, reply.length, &fields, MessageId::kCloseReply) == 0;
 }
 
 // The exit status for a failed send or receive (a negative socket code or
@@ -107,7 +94,7 @@ int session_open(Session* s) {
 // Sends the close request and reads its reply: 0 when it came, else the failure code.
 int32_t send_close(int socket) {
   Reply reply;
-  int32_t code = send_request(socket, make_request(kClassInformation, kSubClose));
+  int32_t code = send_request(socket, make_request(MessageId::kCloseRequest));
   if (code == 0)
     code = read_reply(socket, &reply);
   if (code >= 0 && !is_close_reply(reply))

@@ -5,7 +5,7 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "actions/command_runner.h"
+#include "platform/command_runner.h"
 #include "platform/console.h"
 #include "platform/dev_root.h"
 

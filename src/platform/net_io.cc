@@ -1,6 +1,6 @@
 // net_send and net_recv_all over a connected stream socket; a receive with a deadline
 // polls for the time left before each receive call.
-#include "control/net_io.h"
+#include "platform/net_io.h"
 
 #include <errno.h>
 #include <poll.h>

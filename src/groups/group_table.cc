@@ -1,14 +1,14 @@
 // The six row tables in priority order and the walker. Operations are the readers
 // and writers of settings/ and settings/sectioned/ and the device actions of
 // actions/.
-#include "settings/group_table.h"
+#include "groups/group_table.h"
 
 #include "actions/device_actions.h"
 #include "actions/ptz_actions.h"
+#include "groups/group_masks.h"
 #include "settings/alarm_motion_files.h"
 #include "settings/camera_control_files.h"
 #include "settings/group_locks.h"
-#include "settings/group_masks.h"
 #include "settings/network_group.h"
 #include "settings/osd_files.h"
 #include "settings/sectioned/alarm_link_file.h"

@@ -1,5 +1,8 @@
-// Layout of the 268-byte auth message of the login exchange (the verdict is its first
-// 8 bytes only). Multi-byte integers are little-endian.
+// The login exchange that follows the greeting: the client's opening message (its nonce
+// and the user name), the server's answer (a refusal, or a challenge with the server's
+// nonce and the name sealed with DES), the client's response (the password mixed with
+// the server's nonce and sealed) and the server's 8-byte verdict. Every message is a
+// 268-byte auth message, the verdict its first 8 bytes only. Integers are little-endian.
 //
 //   offset 0   2 bytes  type     1 answer to the opening message, 3 verdict
 //   offset 2   2 bytes  length   bytes after the 8-byte head: 260 challenge/response
@@ -7,8 +10,8 @@
 //   offset 8   4 bytes  nonce    opening: the client's; challenge: the server's
 //   offset 12 256 bytes data     opening: user name (zero-terminated);
 //                                challenge and response: 32 DES blocks
-#ifndef CAMRCD_AUTH_AUTH_MESSAGE_H_
-#define CAMRCD_AUTH_AUTH_MESSAGE_H_
+#ifndef CAMRCD_PROTOCOL_LOGIN_MESSAGE_H_
+#define CAMRCD_PROTOCOL_LOGIN_MESSAGE_H_
 
 #include <stddef.h>
 #include <stdint.h>
@@ -41,8 +44,46 @@ enum AuthStatus : uint32_t {
 // The DES key of the exchange: "tasopek" and a zero byte.
 inline constexpr uint8_t kBuiltInKey[8] = {'t', 'a', 's', 'o', 'p', 'e', 'k', 0};
 
-// The greeting a connection receives before the exchange.
-inline constexpr char kGreeting[4] = {'1', '0', '0', '0'};
+// The fields of an auth message, and what the server's answers and verdicts say.
+struct LoginField {
+  const char* name;
+  uint16_t offset;
+  uint16_t width;
+  const char* meaning;
+};
+inline constexpr LoginField kLoginFields[] = {
+    {"type", kAuthTypeOffset, 2, "1 in the server's answer, 3 in its verdict"},
+    {"length", kAuthLengthOffset, 2,
+     "bytes after the 8-byte head: 260 in a challenge and a response"},
+    {"status", kAuthStatusOffset, 4, "the server's status code"},
+    {"nonce", kAuthNonceOffset, 4, "opening message: the client's nonce; challenge: the server's"},
+    {"data", kAuthDataOffset, kAuthDataSize,
+     "opening message: the user name and its zero byte; challenge and response: 32 DES blocks"},
+};
+
+struct LoginStatus {
+  uint16_t type;
+  uint32_t status;
+  const char* reason;
+};
+inline constexpr LoginStatus kLoginStatuses[] = {
+    {kAuthTypeAnswer, kAuthStatusChallenge, "the user exists; the challenge follows"},
+    {kAuthTypeAnswer, kAuthStatusNoSuchUser, "no such user"},
+    {kAuthTypeAnswer, kAuthStatusUserListUnreadable, "user list unreadable"},
+    {kAuthTypeAnswer, kAuthStatusRightsRefused, "the user's rights refuse this service"},
+    {kAuthTypeVerdict, kAuthStatusAuthenticated, "logged in"},
+    {kAuthTypeVerdict, kAuthStatusWrongResponse, "wrong password"},
+    {kAuthTypeVerdict, kAuthStatusMalformedResponse, "malformed response"},
+};
+
+// The reason for `status` in a message of `type`, or nullptr.
+inline const char* login_status_reason(uint16_t type, uint32_t status) {
+  for (const LoginStatus& row : kLoginStatuses) {
+    if (row.type == type && row.status == status)
+      return row.reason;
+  }
+  return nullptr;
+}
 
 // Writes type, length and status (little-endian) over the first 8 bytes of a message.
 inline void auth_write_head(uint8_t* message, uint16_t type, uint16_t length, uint32_t status) {
@@ -72,4 +113,4 @@ inline uint32_t auth_read_status(const uint8_t* message) {
 
 }  // namespace camrcd
 
-#endif  // CAMRCD_AUTH_AUTH_MESSAGE_H_
+#endif  // CAMRCD_PROTOCOL_LOGIN_MESSAGE_H_

@@ -1,8 +1,8 @@
 // Group mask bits in their two numberings. Load bits name groups for load_groups
 // (load mask, extended load mask); save bits name them for save_groups and
 // apply_groups (save, extended save, apply and extended apply masks).
-#ifndef CAMRCD_SETTINGS_GROUP_MASKS_H_
-#define CAMRCD_SETTINGS_GROUP_MASKS_H_
+#ifndef CAMRCD_GROUPS_GROUP_MASKS_H_
+#define CAMRCD_GROUPS_GROUP_MASKS_H_
 
 #include <stdint.h>
 
@@ -51,4 +51,4 @@ inline constexpr uint32_t kSaveMd2 = 0x200;
 
 }  // namespace camrcd
 
-#endif  // CAMRCD_SETTINGS_GROUP_MASKS_H_
+#endif  // CAMRCD_GROUPS_GROUP_MASKS_H_

@@ -3,8 +3,8 @@
 // load_groups, save_groups and apply_groups walk it: first mask fully, then the
 // extended mask; within a mask, rows in table order, whatever order the caller set
 // the bits in. A bit that no row names is ignored.
-#ifndef CAMRCD_SETTINGS_GROUP_TABLE_H_
-#define CAMRCD_SETTINGS_GROUP_TABLE_H_
+#ifndef CAMRCD_GROUPS_GROUP_TABLE_H_
+#define CAMRCD_GROUPS_GROUP_TABLE_H_
 
 #include <stddef.h>
 #include <stdint.h>
@@ -48,4 +48,4 @@ extern const GroupTable kExtendedApplyTable;
 
 }  // namespace camrcd
 
-#endif  // CAMRCD_SETTINGS_GROUP_TABLE_H_
+#endif  // CAMRCD_GROUPS_GROUP_TABLE_H_

@@ -2,8 +2,8 @@
 // started with posix_spawn and waited for; its exit status is ignored. A line ending
 // in "&" returns once the shell has put the program in the background. Children
 // inherit no descriptor of the server (all of them are close-on-exec).
-#ifndef CAMRCD_ACTIONS_COMMAND_RUNNER_H_
-#define CAMRCD_ACTIONS_COMMAND_RUNNER_H_
+#ifndef CAMRCD_PLATFORM_COMMAND_RUNNER_H_
+#define CAMRCD_PLATFORM_COMMAND_RUNNER_H_
 
 namespace camrcd {
 
@@ -11,4 +11,4 @@ void run_command_line(const char* line);
 
 }  // namespace camrcd
 
-#endif  // CAMRCD_ACTIONS_COMMAND_RUNNER_H_
+#endif  // CAMRCD_PLATFORM_COMMAND_RUNNER_H_

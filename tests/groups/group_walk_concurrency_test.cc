@@ -7,8 +7,8 @@
 #include <thread>
 #include <vector>
 
+#include "groups/group_table.h"
 #include "settings/group_locks.h"
-#include "settings/group_table.h"
 
 namespace camrcd {
 namespace {

@@ -1,7 +1,7 @@
 // Runs one command line through "/bin/sh -c" with posix_spawn (a vfork-style clone in
 // glibc) and waits for it. The child gets the server's environment, default SIGPIPE
 // and SIGALRM dispositions and an empty signal mask; descriptors are close-on-exec.
-#include "actions/command_runner.h"
+#include "platform/command_runner.h"
 
 #include <errno.h>
 #include <signal.h>

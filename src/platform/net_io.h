@@ -1,7 +1,7 @@
 // The two socket operations of a connection, used by the request loop and by the
 // authentication exchange. Results: 0 or the length on success, else a negative code.
-#ifndef CAMRCD_CONTROL_NET_IO_H_
-#define CAMRCD_CONTROL_NET_IO_H_
+#ifndef CAMRCD_PLATFORM_NET_IO_H_
+#define CAMRCD_PLATFORM_NET_IO_H_
 
 #include <stddef.h>
 #include <stdint.h>
@@ -36,4 +36,4 @@ int32_t net_recv_all_until(int socket, void* data, size_t length, int flags, int
 
 }  // namespace camrcd
 
-#endif  // CAMRCD_CONTROL_NET_IO_H_
+#endif  // CAMRCD_PLATFORM_NET_IO_H_
