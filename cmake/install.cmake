@@ -6,12 +6,17 @@ set(CAMRCD_INIT "busybox;systemd" CACHE STRING
     "Start-up files to install: busybox (init script), systemd (unit), both or none")
 set(CAMRCD_SYSTEMD_UNIT_DIR lib/systemd/system CACHE STRING
     "Where the systemd unit goes (below the prefix unless absolute)")
+# With the prefix /usr this is Wireshark's own folder for Lua plugins on Debian
+# (/usr/lib/<multiarch>/wireshark/plugins); ~/.local/lib/wireshark/plugins serves one user.
+set(CAMRCD_WIRESHARK_PLUGIN_DIR ${CMAKE_INSTALL_LIBDIR}/wireshark/plugins CACHE STRING
+    "Where the dissector camrcd.lua goes (below the prefix unless absolute)")
 
 install(TARGETS camrcd RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR})
 install(FILES ${CMAKE_SOURCE_DIR}/docs/man/camrcd.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
 if(CAMRCD_CLIENT)
   install(TARGETS camrc RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(FILES ${CMAKE_SOURCE_DIR}/docs/man/camrc.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES ${CMAKE_BINARY_DIR}/camrcd.lua DESTINATION ${CAMRCD_WIRESHARK_PLUGIN_DIR})
 endif()
 if("busybox" IN_LIST CAMRCD_INIT)
   configure_file(${CMAKE_SOURCE_DIR}/packaging/S50camrcd.in S50camrcd @ONLY)
@@ -28,7 +33,9 @@ if(BUILD_TESTING AND CAMRCD_CLIENT AND CAMRCD_INIT STREQUAL "busybox;systemd")
   set(checks ${CMAKE_SOURCE_DIR}/tests/packaging)
   add_test(NAME Packaging.InstallHoldsExactlyTheExpectedFiles
            COMMAND bash ${checks}/install_test.sh ${CMAKE_BINARY_DIR} ${CMAKE_INSTALL_PREFIX}
-                   ${CMAKE_INSTALL_FULL_SYSCONFDIR} ${CAMRCD_SYSTEMD_UNIT_DIR})
+                   ${CMAKE_INSTALL_FULL_SYSCONFDIR} ${CAMRCD_SYSTEMD_UNIT_DIR}
+                   ${CAMRCD_WIRESHARK_PLUGIN_DIR} "${CMAKE_LIBRARY_ARCHITECTURE}"
+                   "${CMAKE_CROSSCOMPILING_EMULATOR}")
   add_test(NAME Packaging.InitScriptStartsAndStopsTheDaemon
            COMMAND bash ${checks}/init_script_test.sh ${CMAKE_SOURCE_DIR} ${CMAKE_BINARY_DIR}
                    ${CMAKE_CROSSCOMPILING_EMULATOR})

@@ -1,16 +1,20 @@
 #!/usr/bin/env bash
 # cmake --install into a fresh DESTDIR holds exactly the camera's files: the two
 # programs, their manual pages, the init script and the systemd unit, with the
-# configured daemon path in both start-up files, and nothing else (no test program,
-# library or header).
-# usage: install_test.sh BUILD_DIR PREFIX SYSCONFDIR UNIT_DIR
+# configured daemon path in both start-up files, and the dissector camrcd.lua, and
+# nothing else (no test program, library or header). Wireshark loads the installed
+# dissector as a plugin, and on this machine (not in a cross build) the plugin folder
+# of the prefix /usr is the one Wireshark looks in.
+# usage: install_test.sh BUILD_DIR PREFIX SYSCONFDIR UNIT_DIR PLUGIN_DIR MULTIARCH [EMULATOR]
 set -euo pipefail
-build=$1 prefix=$2 sysconfdir=$3 unitdir=$4
+build=$1 prefix=$2 sysconfdir=$3 unitdir=$4 plugindir=$5 multiarch=$6 emulator=${7:-}
 destdir=$(mktemp -d)
 trap 'rm -rf "$destdir"' EXIT
 
 DESTDIR=$destdir cmake --install "$build" >/dev/null
 [[ $unitdir = /* ]] || unitdir=$prefix/$unitdir
+relative_plugindir=$plugindir
+[[ $plugindir = /* ]] || plugindir=$prefix/$plugindir
 expected=$(sort <<LIST
 $prefix/sbin/camrcd 755
 $prefix/bin/camrc 755
@@ -18,6 +22,7 @@ $prefix/share/man/man8/camrcd.8 644
 $prefix/share/man/man1/camrc.1 644
 $sysconfdir/init.d/S50camrcd 755
 $unitdir/camrcd.service 644
+$plugindir/camrcd.lua 644
 LIST
 )
 found=$(cd "$destdir" && find . ! -type d -printf '/%P %m\n' | sort)
@@ -32,4 +37,23 @@ for file in "$sysconfdir/init.d/S50camrcd:DAEMON=" "$unitdir/camrcd.service:Exec
     exit 1
   fi
 done
-echo "installed exactly the $(wc -l <<<"$expected") expected files"
+if ! command -v tshark >/dev/null; then
+  echo "tshark is not installed (scripts/test installs it)"
+  exit 1
+fi
+# A home whose personal plugin folder is the installed one.
+mkdir -p "$destdir/home/.local/lib/wireshark"
+ln -s "$destdir$plugindir" "$destdir/home/.local/lib/wireshark/plugins"
+if ! HOME=$destdir/home tshark -G fields 2>/dev/null | grep -q 'camrcd\.message'; then
+  echo "Wireshark does not load the installed $plugindir/camrcd.lua"
+  exit 1
+fi
+if [ -z "$emulator" ] && [[ $relative_plugindir != /* ]] && [ -n "$multiarch" ]; then
+  usr_plugindir=/usr/${relative_plugindir/#lib\//lib/$multiarch/}
+  wireshark_dir=$(tshark -G folders 2>/dev/null | sed -n 's/^Global Lua Plugins:\s*//p')
+  if [ "$usr_plugindir" != "$wireshark_dir" ]; then
+    echo "with the prefix /usr camrcd.lua goes to $usr_plugindir, Wireshark looks in $wireshark_dir"
+    exit 1
+  fi
+fi
+echo "installed exactly the $(wc -l <<<"$expected") expected files; Wireshark loads camrcd.lua"

@@ -24,6 +24,7 @@
 #include "client/client_login.h"
 #include "client/client_socket.h"
 #include "platform/dev_root.h"
+#include "platform/shell_word.h"
 
 extern char** environ;
 
@@ -106,6 +107,30 @@ pid_t spawn_process(std::vector<std::string> argv, const std::string& out, const
   int failed = posix_spawn(&pid, args[0], &actions, nullptr, args.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   return failed == 0 ? pid : -1;
+}
+
+CamrcRun run_camrc(uint16_t port, const std::vector<std::string>& args,
+                   const std::vector<std::string>& login) {
+  std::vector<std::string> all = target_command(CAMRCD_BINARY_DIR "/camrc");
+  if (all.empty())
+    return {-1, "", "camrc is not built for the machine these tests run on"};
+  all.insert(all.end(), {"--port", std::to_string(port)});
+  if (!login.empty())
+    all.insert(all.end(), {"--user", login[0], "--password", login[1]});
+  all.insert(all.end(), args.begin(), args.end());
+  std::string base = "/tmp/camrc-run-" + std::to_string(getpid());
+  std::string command;
+  for (const std::string& arg : all) {
+    char word[1024];
+    shell_word(word, sizeof word, arg.c_str());
+    command += std::string(command.empty() ? "" : " ") + word;
+  }
+  int status = system((command + " >" + base + ".out 2>" + base + ".err").c_str());
+  CamrcRun run{WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(base + ".out"),
+               read_file(base + ".err")};
+  unlink((base + ".out").c_str());
+  unlink((base + ".err").c_str());
+  return run;
 }
 
 std::vector<std::string> target_command(const std::string& program) {

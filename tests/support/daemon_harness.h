@@ -143,6 +143,18 @@ struct StubDescriptors {
   std::vector<int> descriptors;
 };
 
+// One run of the built camrc: its exit status (-1 when it did not exit normally) and
+// its output.
+struct CamrcRun {
+  int status = -1;
+  std::string out, err;
+};
+
+// Runs the built camrc with the login options for port (none when login is empty),
+// then args.
+CamrcRun run_camrc(uint16_t port, const std::vector<std::string>& args,
+                   const std::vector<std::string>& login = {"demo", "camera1"});
+
 // The command that runs a built program of this tree: in a cross build the emulator's
 // words come first (CAMRCD_EMULATOR), as the system cannot start a target program by
 // itself. Empty when the program is not built for the machine these tests run on, so a

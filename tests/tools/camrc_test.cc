@@ -28,35 +28,6 @@ namespace {
 
 using Args = std::vector<std::string>;
 
-struct CamrcRun {
-  int status = -1;  // exit status, or -1 when camrc did not exit normally
-  std::string out, err;
-};
-
-// Runs the built camrc with the login options for port, then args.
-CamrcRun run_camrc(uint16_t port, const Args& args, const Args& login = {"demo", "camera1"}) {
-  Args all = target_command(CAMRCD_BINARY_DIR "/camrc");
-  if (all.empty())
-    return {-1, "", "camrc is not built for the machine these tests run on"};
-  all.insert(all.end(), {"--port", std::to_string(port)});
-  if (!login.empty())
-    all.insert(all.end(), {"--user", login[0], "--password", login[1]});
-  all.insert(all.end(), args.begin(), args.end());
-  std::string base = "/tmp/camrc-run-" + std::to_string(getpid());
-  std::string command;
-  for (const std::string& arg : all) {
-    char word[1024];
-    shell_word(word, sizeof word, arg.c_str());
-    command += std::string(command.empty() ? "" : " ") + word;
-  }
-  int status = system((command + " >" + base + ".out 2>" + base + ".err").c_str());
-  CamrcRun run{WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(base + ".out"),
-               read_file(base + ".err")};
-  unlink((base + ".out").c_str());
-  unlink((base + ".err").c_str());
-  return run;
-}
-
 std::unique_ptr<DaemonHarness> start_daemon(int type) {
   DaemonOptions options;
   options.camera_type = type;

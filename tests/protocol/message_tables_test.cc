@@ -1,0 +1,95 @@
+// The message tables hold together in every layout a message can take: the rows a
+// layout sends neither overlap nor reach into the header's fixed bytes, a request's
+// rows stay within its 32 bytes (the motion payload aside), and every row that a
+// layout's presence depends on is a layout key met before it.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "protocol/messages.h"
+
+namespace camrcd {
+namespace {
+
+std::vector<LayoutContext> every_layout() {
+  std::vector<LayoutContext> layouts;
+  for (int type : {0, 1, 2}) {
+    for (uint32_t areas : {0u, 1u, 3u}) {
+      for (bool map : {false, true}) {
+        for (bool set : {false, true})
+          layouts.push_back({type, areas, map, set, 1});
+      }
+    }
+  }
+  return layouts;
+}
+
+TEST(MessageTables, RowsOfEveryLayoutNeitherOverlapNorLeaveTheirPlace) {
+  for (size_t m = 0; m < kMessageCount; ++m) {
+    const MessageSpec& spec = message(static_cast<MessageId>(m));
+    SCOPED_TRACE(spec.title);
+    size_t first_field = spec.id == MessageId::kReloadRequest ? 2 : spec.request ? 4 : 11;
+    for (const LayoutContext& layout : every_layout()) {
+      std::vector<std::pair<size_t, size_t>> spans;  // [offset, end) of each row sent
+      for (size_t i = 0; i < spec.row_count; ++i) {
+        const WireRow& row = spec.rows[i];
+        if (row_sent(row, layout))
+          spans.push_back({row.offset, row.offset + row_width(row, layout)});
+        bool payload = row.offset >= kRequestHeaderSize;
+        EXPECT_GE(row.offset, first_field) << "row " << i;
+        if (spec.request && !payload) {
+          EXPECT_LE(row.offset + row.width, kRequestHeaderSize) << "row " << i;
+        }
+      }
+      std::sort(spans.begin(), spans.end());
+      for (size_t i = 1; i < spans.size(); ++i)
+        EXPECT_LE(spans[i - 1].second, spans[i].first)
+            << "bytes " << spans[i].first << " sent twice (type " << layout.device_type
+            << ", areas " << layout.areas << ")";
+    }
+  }
+}
+
+// A row whose presence depends on a key comes after the row that carries the key, so
+// a walk that learns as it goes sees the layout whole.
+TEST(MessageTables, LayoutKeysComeBeforeTheRowsThatNeedThem) {
+  auto key_of = [](Presence presence) {
+    switch (presence) {
+      case Presence::kFixedCamera:
+      case Presence::kNotFixedCamera:
+      case Presence::kPanTilt:
+      case Presence::kNotPanTilt:
+        return LayoutKey::kDeviceType;
+      case Presence::kPrivacyArea:
+        return LayoutKey::kAreaCount;
+      case Presence::kWithMap:
+      case Presence::kZeroWithoutMap:
+        return LayoutKey::kMapValid;
+      case Presence::kPresetSet:
+        return LayoutKey::kPresetOperation;
+      default:
+        return LayoutKey::kNone;
+    }
+  };
+  for (size_t m = 0; m < kMessageCount; ++m) {
+    const MessageSpec& spec = message(static_cast<MessageId>(m));
+    std::vector<LayoutKey> met;
+    for (size_t i = 0; i < spec.row_count; ++i) {
+      const WireRow& row = spec.rows[i];
+      LayoutKey needed = key_of(row.presence);
+      bool type_known = std::count(met.begin(), met.end(), LayoutKey::kLayoutMajor) > 0;
+      bool known = needed == LayoutKey::kNone || std::count(met.begin(), met.end(), needed) > 0 ||
+                   (needed == LayoutKey::kDeviceType && type_known);
+      // A write's device type is the server's own; only what the message says is learnt.
+      if (!(spec.request && needed == LayoutKey::kDeviceType)) {
+        EXPECT_TRUE(known) << spec.title << " row " << i;
+      }
+      met.push_back(field_info(row.field).key);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace camrcd

@@ -1,0 +1,27 @@
+// Words for the protocol tables' enumerations, shared by the two generators: the
+// identifiers the dissector's runtime switches on, and the phrases of the reference.
+#ifndef CAMRCD_TOOLS_WIREGEN_WIRE_WORDS_H_
+#define CAMRCD_TOOLS_WIREGEN_WIRE_WORDS_H_
+
+#include <string>
+
+#include "protocol/messages.h"
+
+namespace camrcd {
+
+struct Words {
+  const char* id;      // "not_fixed_camera"
+  const char* phrase;  // "device types other than 1"
+};
+
+const Words& kind_words(WireKind kind);
+const Words& presence_words(Presence presence);
+const Words& rule_words(CopyRule rule);
+const char* key_id(LayoutKey key);
+
+// "0x1F", two hex digits at least.
+std::string hex(unsigned value);
+
+}  // namespace camrcd
+
+#endif  // CAMRCD_TOOLS_WIREGEN_WIRE_WORDS_H_
