@@ -1,11 +1,9 @@
 // The message tables hold together in every layout a message can take: the rows a
-// layout sends neither overlap nor reach into the header's fixed bytes, a request's
-// rows stay within its 32 bytes (the motion payload aside), and every row that a
-// layout's presence depends on is a layout key met before it.
+// layout sends neither overlap nor reach into the header's fixed bytes, and a
+// request's rows stay within its 32 bytes (the motion payload aside).
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <string>
 #include <vector>
 
 #include "protocol/messages.h"
@@ -48,45 +46,6 @@ TEST(MessageTables, RowsOfEveryLayoutNeitherOverlapNorLeaveTheirPlace) {
         EXPECT_LE(spans[i - 1].second, spans[i].first)
             << "bytes " << spans[i].first << " sent twice (type " << layout.device_type
             << ", areas " << layout.areas << ")";
-    }
-  }
-}
-
-// A row whose presence depends on a key comes after the row that carries the key, so
-// a walk that learns as it goes sees the layout whole.
-TEST(MessageTables, LayoutKeysComeBeforeTheRowsThatNeedThem) {
-  auto key_of = [](Presence presence) {
-    switch (presence) {
-      case Presence::kFixedCamera:
-      case Presence::kNotFixedCamera:
-      case Presence::kPanTilt:
-      case Presence::kNotPanTilt:
-        return LayoutKey::kDeviceType;
-      case Presence::kPrivacyArea:
-        return LayoutKey::kAreaCount;
-      case Presence::kWithMap:
-      case Presence::kZeroWithoutMap:
-        return LayoutKey::kMapValid;
-      case Presence::kPresetSet:
-        return LayoutKey::kPresetOperation;
-      default:
-        return LayoutKey::kNone;
-    }
-  };
-  for (size_t m = 0; m < kMessageCount; ++m) {
-    const MessageSpec& spec = message(static_cast<MessageId>(m));
-    std::vector<LayoutKey> met;
-    for (size_t i = 0; i < spec.row_count; ++i) {
-      const WireRow& row = spec.rows[i];
-      LayoutKey needed = key_of(row.presence);
-      bool type_known = std::count(met.begin(), met.end(), LayoutKey::kLayoutMajor) > 0;
-      bool known = needed == LayoutKey::kNone || std::count(met.begin(), met.end(), needed) > 0 ||
-                   (needed == LayoutKey::kDeviceType && type_known);
-      // A write's device type is the server's own; only what the message says is learnt.
-      if (!(spec.request && needed == LayoutKey::kDeviceType)) {
-        EXPECT_TRUE(known) << spec.title << " row " << i;
-      }
-      met.push_back(field_info(row.field).key);
     }
   }
 }
