@@ -18,8 +18,11 @@ constexpr Entry none(Field field) {
   return {field, {SlotType::kNone, nullptr, 0, SlotLock::kNone, nullptr, nullptr}};
 }
 constexpr Entry byte(Field field, uint8_t& value, std::mutex* lock) {
-  return {field,
-          {SlotType::kByte, &value, 1, lock ? SlotLock::kGroup : SlotLock::kNone, lock, nullptr}};
+  return {field, {SlotType::kByte, &value, 1, SlotLock::kGroup, lock, nullptr}};
+}
+// A runtime field that start-up sets once, read without a lock.
+constexpr Entry runtime_byte(Field field, uint8_t& value) {
+  return {field, {SlotType::kByte, &value, 1, SlotLock::kNone, nullptr, nullptr}};
 }
 constexpr Entry word(Field field, int32_t& value, std::mutex* lock) {
   return {field, {SlotType::kWord, &value, 4, SlotLock::kGroup, lock, nullptr}};
@@ -68,7 +71,7 @@ constexpr Entry kSlots[] = {
     none(F::kPresetOperation),
     none(F::kReloadGroups),
     computed(F::kInfoLayoutVersion, info_layout_version),
-    byte(F::kDeviceType, s.device_type, nullptr),
+    runtime_byte(F::kDeviceType, s.device_type),
     {F::kMacAddress,
      {SlotType::kBytes, s.network.mac_address, 6, SlotLock::kGroup, kNetwork, nullptr}},
     word(F::kWebPort, s.network.WEBSERVERPORT, kNetwork),
