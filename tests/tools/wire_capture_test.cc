@@ -270,15 +270,24 @@ TEST(WireCapture, RandomBytesDecodeWithoutLuaError) {
       segments.push_back(segment);
     }
   }
-  std::string pcap = capture_path("random");
-  ASSERT_TRUE(write_pcap(pcap, segments, kControlPort));
-  for (const char* option : {"tcp.desegment_tcp_streams:TRUE", "tcp.desegment_tcp_streams:FALSE"}) {
+  // On the default port, reassembled; and on another port the preference names.
+  const struct {
+    uint16_t port;
+    std::vector<std::string> options;
+  } runs[] = {
+      {kControlPort, {"-o", "tcp.desegment_tcp_streams:TRUE"}},
+      {9100, {"-o", "tcp.desegment_tcp_streams:FALSE", "-o", "camrcd.port:9100"}},
+  };
+  for (const auto& run : runs) {
+    SCOPED_TRACE(run.port);
+    std::string pcap = capture_path("random");
+    ASSERT_TRUE(write_pcap(pcap, segments, run.port));
     std::vector<DissectedMessage> messages;
     std::string problem;
-    EXPECT_TRUE(dissect_capture(kDissector, pcap, {"-o", option}, &messages, &problem)) << problem;
-    EXPECT_FALSE(messages.empty());
+    EXPECT_TRUE(dissect_capture(kDissector, pcap, run.options, &messages, &problem)) << problem;
+    EXPECT_FALSE(messages.empty()) << "nothing decoded";
+    unlink(pcap.c_str());
   }
-  unlink(pcap.c_str());
 }
 
 }  // namespace
