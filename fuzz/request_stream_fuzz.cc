@@ -48,7 +48,7 @@ void fuzz_seeds() {
   const uint8_t kFields[] = {2, 1, 2, 30, 1, 3, 1, 1, 1, 2, 2, 1, 3, 'L', 'o', 'b', 'b', 'y'};
   for (char type : {'\x01', '\x02'}) {
     for (size_t i = 0; i < kRequestCount; i++) {
-      const MessageSpec& kind = message(static_cast<MessageId>(i));
+      const MessageTable& kind = message(static_cast<MessageId>(i));
       if (kind.id == MessageId::kReloadRequest)
         continue;
       RequestHeader header = make_request(kind.id);

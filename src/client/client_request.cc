@@ -15,14 +15,14 @@ RequestHeader make_request(uint8_t command_class, uint8_t sub) {
   header.bytes[kRequestPrefixLow] = static_cast<uint8_t>(kRequestPrefix);
   header.bytes[kRequestClass] = command_class;
   header.bytes[kRequestSub] = sub;
-  const MessageSpec* spec = find_request(command_class, sub);
-  header.id = spec != nullptr ? spec->id : MessageId::kCount;
+  const MessageTable* table = find_request(command_class, sub);
+  header.id = table != nullptr ? table->id : MessageId::kCount;
   return header;
 }
 
 RequestHeader make_request(MessageId id) {
-  const MessageSpec& spec = message(id);
-  return make_request(spec.command_class, spec.sub);
+  const MessageTable& table = message(id);
+  return make_request(table.command_class, table.sub);
 }
 
 RequestHeader make_reload_request(uint16_t group_bits) {

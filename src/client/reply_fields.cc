@@ -54,8 +54,8 @@ int decode_reply(const uint8_t* reply, size_t length, DecodedReply* out, Message
   if (length < kReplyHeaderSize || check_reply_header(reply) != 0 ||
       reply_payload_length(reply) + kReplyHeaderSize != length)
     return -1;
-  const MessageSpec* spec = find_reply(reply[kReplySub]);
-  if (spec == nullptr || (expected != MessageId::kCount && spec->id != expected))
+  const MessageTable* table = find_reply(reply[kReplySub]);
+  if (table == nullptr || (expected != MessageId::kCount && table->id != expected))
     return -1;
   bool payload = length > kReplyHeaderSize;
   if (payload && (length < kReplyHeaderSize + 2 || reply[length - 2] != kTrailerFirst ||
@@ -64,8 +64,8 @@ int decode_reply(const uint8_t* reply, size_t length, DecodedReply* out, Message
   size_t limit = payload ? length - 2 : kReplyHeaderSize;  // where the rows must end
   size_t end = kReplyHeaderSize;                           // where the rows sent end
   LayoutContext context;
-  for (size_t i = 0; i < spec->row_count; ++i) {
-    const WireRow& row = spec->rows[i];
+  for (size_t i = 0; i < table->row_count; ++i) {
+    const WireRow& row = table->rows[i];
     if (!row_stands(row, context))
       continue;
     size_t row_end = row.offset + row_width(row, context);

@@ -403,11 +403,11 @@ bool reload_load_mask(uint16_t v, uint32_t* load_mask) {
 
 RequestOutcome execute_request(const uint8_t* header, int socket, uint8_t* buffer,
                                RequestMasks* masks) {
-  const MessageSpec* spec = find_request(header[kRequestClass], header[kRequestSub]);
-  if (spec == nullptr)
+  const MessageTable* table = find_request(header[kRequestClass], header[kRequestSub]);
+  if (table == nullptr)
     return RequestOutcome::kKeepServing;  // a class's unknown sub-command
-  const DispatchRow& row = kDispatchRows[static_cast<size_t>(spec->id)];
-  return row.handler({spec->id, header, socket, buffer, masks}, row.write);
+  const DispatchRow& row = kDispatchRows[static_cast<size_t>(table->id)];
+  return row.handler({table->id, header, socket, buffer, masks}, row.write);
 }
 
 }  // namespace camrcd

@@ -42,12 +42,12 @@ bool rule_takes(const WireRow& row, const uint8_t* header, const LayoutContext& 
 
 void copy_request_fields(MessageId id, const uint8_t* header, const std::mutex* held,
                          CopyScope scope) {
-  const MessageSpec& spec = message(id);
+  const MessageTable& table = message(id);
   LayoutContext context;
   context.device_type = settings.device_type;
   SlotLockHold hold{held, nullptr, {}};
-  for (size_t i = 0; i < spec.row_count; ++i) {
-    const WireRow& row = spec.rows[i];
+  for (size_t i = 0; i < table.row_count; ++i) {
+    const WireRow& row = table.rows[i];
     if (row.offset + row.width > kRequestHeaderSize || !row_stands(row, context))
       continue;  // the motion write's payload is no header field
     uint32_t value = row_number(row, header);

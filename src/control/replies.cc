@@ -65,15 +65,15 @@ void put_row(const WireRow& row, const RecordSlot& slot, uint8_t* out, size_t wi
 }  // namespace
 
 size_t build_reply(MessageId id, uint8_t* buffer, uint16_t parameter, const std::mutex* held) {
-  const MessageSpec& spec = message(id);
-  start_reply(buffer, spec.sub, parameter);
+  const MessageTable& table = message(id);
+  start_reply(buffer, table.sub, parameter);
   LayoutContext context;
   context.device_type = settings.device_type;
   size_t end = kReplyHeaderSize;  // the payload written so far ends here
   {
     SlotLockHold hold{held, nullptr, {}};
-    for (size_t i = 0; i < spec.row_count; ++i) {
-      const WireRow& row = spec.rows[i];
+    for (size_t i = 0; i < table.row_count; ++i) {
+      const WireRow& row = table.rows[i];
       if (!row_sent(row, context))
         continue;
       size_t width = row_width(row, context);

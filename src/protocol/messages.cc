@@ -274,15 +274,15 @@ constexpr RowList rows_of(const WireRow (&rows)[N]) {
   return {rows, N};
 }
 
-constexpr MessageSpec request(MessageId id, const char* name, const char* title, uint8_t cls,
-                              uint8_t sub, uint8_t cameras, RowList rows, const char* summary,
-                              MessageId answer = kNoAnswer, bool restarts = false) {
+constexpr MessageTable request(MessageId id, const char* name, const char* title, uint8_t cls,
+                               uint8_t sub, uint8_t cameras, RowList rows, const char* summary,
+                               MessageId answer = kNoAnswer, bool restarts = false) {
   return {id,      name,   title,    true,      cls,        sub,
           cameras, answer, restarts, rows.rows, rows.count, summary};
 }
 
-constexpr MessageSpec reply(MessageId id, const char* name, const char* title, uint8_t sub,
-                            uint8_t cameras, RowList rows, const char* summary) {
+constexpr MessageTable reply(MessageId id, const char* name, const char* title, uint8_t sub,
+                             uint8_t cameras, RowList rows, const char* summary) {
   return {id,      name,      title, false,     kReplyClassValue, sub,
           cameras, kNoAnswer, false, rows.rows, rows.count,       summary};
 }
@@ -294,7 +294,7 @@ constexpr uint8_t kEvent = kClassEvent;
 constexpr uint8_t kOverlay = kClassOverlay;
 constexpr uint8_t kCamera = kClassCamera;
 
-constexpr MessageSpec kMessages[] = {
+constexpr MessageTable kMessages[] = {
     request(M::kInfoRequest, "info", "device information request", kInfo, 0x00, kAny,
             rows_of(kInfoRequestRows),
             "The server reloads the start-up groups and answers with the device information.",
@@ -391,25 +391,25 @@ bool type_is_not(const LayoutContext& context, int type) {
 
 }  // namespace
 
-const MessageSpec& message(MessageId id) {
+const MessageTable& message(MessageId id) {
   size_t index = static_cast<size_t>(id);
   return kMessages[index < kMessageCount ? index : 0];
 }
 
-const MessageSpec* find_request(uint8_t command_class, uint8_t sub) {
+const MessageTable* find_request(uint8_t command_class, uint8_t sub) {
   bool known_class = false;
   for (size_t i = 0; i < kRequestCount; i++) {
-    const MessageSpec& spec = kMessages[i];
-    if (spec.id == M::kReloadRequest || spec.command_class != command_class)
+    const MessageTable& table = kMessages[i];
+    if (table.id == M::kReloadRequest || table.command_class != command_class)
       continue;
     known_class = true;
-    if (spec.sub == sub)
-      return &spec;
+    if (table.sub == sub)
+      return &table;
   }
   return known_class ? nullptr : &message(M::kReloadRequest);
 }
 
-const MessageSpec* find_reply(uint8_t sub) {
+const MessageTable* find_reply(uint8_t sub) {
   for (size_t i = kRequestCount; i < kMessageCount; i++) {
     if (kMessages[i].sub == sub)
       return &kMessages[i];
@@ -417,7 +417,7 @@ const MessageSpec* find_reply(uint8_t sub) {
   return nullptr;
 }
 
-const MessageSpec* find_request_named(const char* name) {
+const MessageTable* find_request_named(const char* name) {
   for (size_t i = 0; i < kRequestCount; i++) {
     if (strcmp(kMessages[i].name, name) == 0)
       return &kMessages[i];
@@ -425,10 +425,10 @@ const MessageSpec* find_request_named(const char* name) {
   return nullptr;
 }
 
-const WireRow* find_row(const MessageSpec& spec, Field field) {
-  for (size_t i = 0; i < spec.row_count; i++) {
-    if (spec.rows[i].field == field)
-      return &spec.rows[i];
+const WireRow* find_row(const MessageTable& table, Field field) {
+  for (size_t i = 0; i < table.row_count; i++) {
+    if (table.rows[i].field == field)
+      return &table.rows[i];
   }
   return nullptr;
 }

@@ -122,7 +122,7 @@ inline uint8_t device_type_bit(uint8_t device_type) {
   return device_type < 8 ? static_cast<uint8_t>(1 << device_type) : 0;
 }
 
-struct MessageSpec {
+struct MessageTable {
   MessageId id;
   const char* name;   // short name: "picture", "info-reply"
   const char* title;  // "picture write"
@@ -138,18 +138,18 @@ struct MessageSpec {
   const char* summary;  // what the server does with it, for the reference
 };
 
-const MessageSpec& message(MessageId id);
+const MessageTable& message(MessageId id);
 
 // The request with this class and sub-command: a known class with an unknown
 // sub-command gives nullptr, an unknown class the reload request.
-const MessageSpec* find_request(uint8_t command_class, uint8_t sub);
+const MessageTable* find_request(uint8_t command_class, uint8_t sub);
 // The reply with this sub-command, or nullptr.
-const MessageSpec* find_reply(uint8_t sub);
+const MessageTable* find_reply(uint8_t sub);
 // The request of that short name, or nullptr.
-const MessageSpec* find_request_named(const char* name);
+const MessageTable* find_request_named(const char* name);
 
 // The row of `field` in the message, or nullptr.
-const WireRow* find_row(const MessageSpec& spec, Field field);
+const WireRow* find_row(const MessageTable& table, Field field);
 
 // What the layout keys met so far say. A fresh context knows nothing: every device
 // type's rows stand, no areas, no map, a set operation.

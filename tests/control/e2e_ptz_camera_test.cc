@@ -146,9 +146,9 @@ struct Script {
     }
     std::string request = line.substr(0, map);
     ASSERT_EQ(0, send_named(socket, request, payload)) << request;
-    const MessageSpec* spec = find_request_named(request.substr(0, request.find(' ')).c_str());
+    const MessageTable* table = find_request_named(request.substr(0, request.find(' ')).c_str());
     Reply sync;
-    bool answered = spec->answer != MessageId::kCount;
+    bool answered = table->answer != MessageId::kCount;
     ASSERT_GT(answered ? read_reply(socket, &reply) : request_info(socket, &sync), 0)
         << request << "\n"
         << daemon->output();

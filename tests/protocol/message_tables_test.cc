@@ -26,18 +26,18 @@ std::vector<LayoutContext> every_layout() {
 
 TEST(MessageTables, RowsOfEveryLayoutNeitherOverlapNorLeaveTheirPlace) {
   for (size_t m = 0; m < kMessageCount; ++m) {
-    const MessageSpec& spec = message(static_cast<MessageId>(m));
-    SCOPED_TRACE(spec.title);
-    size_t first_field = spec.id == MessageId::kReloadRequest ? 2 : spec.request ? 4 : 11;
+    const MessageTable& table = message(static_cast<MessageId>(m));
+    SCOPED_TRACE(table.title);
+    size_t first_field = table.id == MessageId::kReloadRequest ? 2 : table.request ? 4 : 11;
     for (const LayoutContext& layout : every_layout()) {
       std::vector<std::pair<size_t, size_t>> spans;  // [offset, end) of each row sent
-      for (size_t i = 0; i < spec.row_count; ++i) {
-        const WireRow& row = spec.rows[i];
+      for (size_t i = 0; i < table.row_count; ++i) {
+        const WireRow& row = table.rows[i];
         if (row_sent(row, layout))
           spans.push_back({row.offset, row.offset + row_width(row, layout)});
         bool payload = row.offset >= kRequestHeaderSize;
         EXPECT_GE(row.offset, first_field) << "row " << i;
-        if (spec.request && !payload) {
+        if (table.request && !payload) {
           EXPECT_LE(row.offset + row.width, kRequestHeaderSize) << "row " << i;
         }
       }

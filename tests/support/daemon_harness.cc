@@ -372,10 +372,10 @@ void expect_runs(const Reply& reply, const ByteRuns& runs, const std::string& la
 
 int32_t send_named(int socket, const std::string& request, const std::vector<uint8_t>& payload) {
   size_t space = std::min(request.find(' '), request.size());
-  const MessageSpec* spec = find_request_named(request.substr(0, space).c_str());
-  if (spec == nullptr)
+  const MessageTable* table = find_request_named(request.substr(0, space).c_str());
+  if (table == nullptr)
     return -1;
-  RequestHeader header = make_request(spec->id);
+  RequestHeader header = make_request(table->id);
   for (const auto& run : byte_runs(request.c_str() + space)) {
     for (size_t i = 0; i < run.second.size(); i++)
       request_set_byte(&header, run.first + i, run.second[i]);

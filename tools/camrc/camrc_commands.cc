@@ -70,7 +70,7 @@ constexpr FixedField kVersionOne = {F::kClientVersion, 0x100, kAny};
 
 }  // namespace
 
-const CommandSpec kCommands[] = {
+const Command kCommands[] = {
     {"info", M::kInfoRequest, kCurrentNone, "print the device information", {kVersionOne}, {}},
     {"motion get",
      M::kMotionRead,
@@ -294,7 +294,7 @@ const CommandSpec kCommands[] = {
 };
 const size_t kCommandCount = sizeof(kCommands) / sizeof(kCommands[0]);
 
-const CommandSpec* find_command(int argc, char** argv, int* words) {
+const Command* find_command(int argc, char** argv, int* words) {
   for (*words = 2; *words >= 1; --*words) {
     if (argc < *words)
       continue;
@@ -319,12 +319,12 @@ int parse_number(const char* text, uint32_t max, uint32_t* value) {
   return 0;
 }
 
-uint8_t command_types(const CommandSpec& spec) {
-  return message(spec.request).cameras;
+uint8_t command_types(const Command& command) {
+  return message(command.request).cameras;
 }
 
-uint8_t option_types(const CommandSpec& spec, const CommandOption& option) {
-  return option.types != 0 ? option.types : command_types(spec);
+uint8_t option_types(const Command& command, const CommandOption& option) {
+  return option.types != 0 ? option.types : command_types(command);
 }
 
 namespace {
@@ -333,21 +333,21 @@ bool is_bare(const CommandOption& option) {
   return option.name[0] != '-';
 }
 
-size_t option_count(const CommandSpec& spec) {
+size_t option_count(const Command& command) {
   size_t count = 0;
-  while (count < kMaxOptions && spec.options[count].name != nullptr)
+  while (count < kMaxOptions && command.options[count].name != nullptr)
     count++;
   return count;
 }
 
 // The option row as it applies: its device types, its codes (the field's own unless the
 // row names others) and a text's width (the field's, unless the row says less).
-CommandOption resolved(const CommandSpec& spec, size_t row) {
-  CommandOption option = spec.options[row];
-  option.types = option_types(spec, option);
+CommandOption resolved(const Command& command, size_t row) {
+  CommandOption option = command.options[row];
+  option.types = option_types(command, option);
   if (option.codes == nullptr)
     option.codes = field_info(option.field).codes;
-  const WireRow* wire = find_row(message(spec.request), option.field);
+  const WireRow* wire = find_row(message(command.request), option.field);
   if (option.kind == kValueText && option.max == 0 && wire != nullptr)
     option.max = wire->width;
   return option;
@@ -395,17 +395,17 @@ void write_value(const CommandOption& option, uint32_t value, RequestHeader* hea
   request_set(header, option.field, value);
 }
 
-std::string option_words(const CommandSpec& spec) {
+std::string option_words(const Command& command) {
   std::string words;
-  for (size_t i = 0; i < option_count(spec); i++) {
-    if (is_bare(spec.options[i]))
-      words += " " + std::string(spec.options[i].name);
+  for (size_t i = 0; i < option_count(command); i++) {
+    if (is_bare(command.options[i]))
+      words += " " + std::string(command.options[i].name);
   }
   return words;
 }
 
-bool answered(const CommandSpec& spec) {
-  return message(spec.request).answer != MessageId::kCount;
+bool answered(const Command& command) {
+  return message(command.request).answer != MessageId::kCount;
 }
 
 }  // namespace
@@ -430,42 +430,42 @@ std::string accepted_values(const CommandOption& option) {
   return join_words(words);
 }
 
-int parse_command(const CommandSpec& spec, int argc, char** argv, ParsedCommand* out) {
+int parse_command(const Command& command, int argc, char** argv, ParsedCommand* out) {
   *out = ParsedCommand();
-  out->spec = &spec;
-  size_t rows = option_count(spec), next_bare = 0;
+  out->command = &command;
+  size_t rows = option_count(command), next_bare = 0;
   for (int i = 0; i < argc; i++) {
     const char* name = argv[i];
     const char* value = nullptr;
     bool matched = false;
-    if (answered(spec) && strcmp(name, "--json") == 0) {
+    if (answered(command) && strcmp(name, "--json") == 0) {
       out->json = true;
       continue;
     }
     if (name[0] != '-') {  // the next bare value
-      while (next_bare < rows && !is_bare(spec.options[next_bare]))
+      while (next_bare < rows && !is_bare(command.options[next_bare]))
         next_bare++;
       if (next_bare < rows) {
-        name = spec.options[next_bare++].name;
+        name = command.options[next_bare++].name;
         value = argv[i];
       }
     }
     for (size_t row = 0; row < rows; row++) {
-      const CommandOption option = resolved(spec, row);
+      const CommandOption option = resolved(command, row);
       if (strcmp(option.name, name) != 0)
         continue;
       if (value == nullptr && option.kind == kValueFlag) {
         value = "";
       } else if (value == nullptr) {
         if (i + 1 >= argc) {
-          console_error("camrc: %s %s: missing value (%s)\n", spec.name, name,
+          console_error("camrc: %s %s: missing value (%s)\n", command.name, name,
                         accepted_values(option).c_str());
           return -1;
         }
         value = argv[++i];
       }
       if (!value_accepted(option, value)) {
-        console_error("camrc: %s %s: bad value \"%s\", expected %s\n", spec.name, name, value,
+        console_error("camrc: %s %s: bad value \"%s\", expected %s\n", command.name, name, value,
                       accepted_values(option).c_str());
         return -1;
       }
@@ -473,15 +473,15 @@ int parse_command(const CommandSpec& spec, int argc, char** argv, ParsedCommand*
       matched = true;
     }
     if (!matched) {
-      console_error("camrc: %s: unexpected \"%s\"\n", spec.name, argv[i]);
+      console_error("camrc: %s: unexpected \"%s\"\n", command.name, argv[i]);
       return -1;
     }
   }
   for (size_t row = 0; row < rows; row++) {  // required whatever the device type
-    const CommandOption option = resolved(spec, row);
-    bool required = is_bare(option) || (option.required && option.types == command_types(spec));
+    const CommandOption option = resolved(command, row);
+    bool required = is_bare(option) || (option.required && option.types == command_types(command));
     if (required && out->values[row] == nullptr) {
-      console_error("camrc: %s: %s is required (%s)\n", spec.name, option.name,
+      console_error("camrc: %s: %s is required (%s)\n", command.name, option.name,
                     accepted_values(option).c_str());
       return -1;
     }
@@ -490,8 +490,8 @@ int parse_command(const CommandSpec& spec, int argc, char** argv, ParsedCommand*
 }
 
 const char* given_value(const ParsedCommand& parsed, const char* name) {
-  for (size_t row = 0; row < option_count(*parsed.spec); row++) {
-    if (strcmp(parsed.spec->options[row].name, name) == 0 && parsed.values[row] != nullptr)
+  for (size_t row = 0; row < option_count(*parsed.command); row++) {
+    if (strcmp(parsed.command->options[row].name, name) == 0 && parsed.values[row] != nullptr)
       return parsed.values[row];
   }
   return nullptr;
@@ -499,29 +499,29 @@ const char* given_value(const ParsedCommand& parsed, const char* name) {
 
 int build_request(const ParsedCommand& parsed, uint8_t device_type, const DecodedReply* current,
                   RequestHeader* header) {
-  const CommandSpec& spec = *parsed.spec;
-  *header = make_request(spec.request);
+  const Command& command = *parsed.command;
+  *header = make_request(command.request);
   uint8_t type = device_type_bit(device_type);
-  for (const FixedField& fixed : spec.fixed) {
+  for (const FixedField& fixed : command.fixed) {
     if (fixed.field != Field::kNone && (fixed.types & type) != 0)
       request_set(header, fixed.field, fixed.value);
   }
-  size_t rows = option_count(spec);
+  size_t rows = option_count(command);
   for (size_t row = 0; row < rows; row++) {  // a given option some row of this type serves
     const char* value = parsed.values[row];
     bool served = false;
     for (size_t other = 0; other < rows; other++) {
-      served = served || (strcmp(spec.options[other].name, spec.options[row].name) == 0 &&
-                          (option_types(spec, spec.options[other]) & type) != 0);
+      served = served || (strcmp(command.options[other].name, command.options[row].name) == 0 &&
+                          (option_types(command, command.options[other]) & type) != 0);
     }
     if (value != nullptr && !served) {
-      console_error("camrc: %s %s: the camera (device type %u) does not serve it\n", spec.name,
-                    spec.options[row].name, device_type);
+      console_error("camrc: %s %s: the camera (device type %u) does not serve it\n", command.name,
+                    command.options[row].name, device_type);
       return -2;
     }
   }
   for (size_t row = 0; row < rows; row++) {
-    const CommandOption option = resolved(spec, row);
+    const CommandOption option = resolved(command, row);
     const char* value = parsed.values[row];
     uint32_t number = 0;
     if ((option.types & type) == 0 || option.kind == kValuePath)
@@ -534,7 +534,7 @@ int build_request(const ParsedCommand& parsed, uint8_t device_type, const Decode
       option_number(option, value, &number);
       write_value(option, number, header);
     } else if (option.required) {
-      console_error("camrc: %s: %s is required (%s)\n", spec.name, option.name,
+      console_error("camrc: %s: %s is required (%s)\n", command.name, option.name,
                     accepted_values(option).c_str());
       return -1;
     } else if (option.current && current != nullptr) {
@@ -550,22 +550,22 @@ int build_request(const ParsedCommand& parsed, uint8_t device_type, const Decode
 std::string commands_help() {
   std::string out;
   for (size_t i = 0; i < kCommandCount; i++) {
-    const CommandSpec& spec = kCommands[i];
-    uint8_t spec_types = command_types(spec);
-    size_t rows = option_count(spec);
+    const Command& command = kCommands[i];
+    uint8_t served_types = command_types(command);
+    size_t rows = option_count(command);
     bool named_options = false;
     for (size_t row = 0; row < rows; row++)
-      named_options = named_options || !is_bare(spec.options[row]);
-    std::string line = "  " + std::string(spec.name) + option_words(spec) +
-                       (named_options ? " [OPTIONS]" : "") + (answered(spec) ? " [--json]" : "");
-    if (spec_types == kFixedCameraType)
+      named_options = named_options || !is_bare(command.options[row]);
+    std::string line = "  " + std::string(command.name) + option_words(command) +
+                       (named_options ? " [OPTIONS]" : "") + (answered(command) ? " [--json]" : "");
+    if (served_types == kFixedCameraType)
       line += "   (fixed cameras, device type 1)";
-    else if (spec_types == kPanTiltType)
+    else if (served_types == kPanTiltType)
       line += "   (pan/tilt cameras, device type 2)";
-    out += line + "\n      " + spec.help + "\n";
+    out += line + "\n      " + command.help + "\n";
     for (size_t row = 0; row < rows; row++) {
-      const CommandOption option = resolved(spec, row);
-      std::string types = option.types == spec_types         ? ""
+      const CommandOption option = resolved(command, row);
+      std::string types = option.types == served_types       ? ""
                           : option.types == kPanTiltType     ? " (pan/tilt)"
                           : option.types == kFixedCameraType ? " (fixed)"
                                                              : "";

@@ -88,7 +88,7 @@ struct FixedField {
   uint8_t types;  // device types whose request carries it
 };
 
-struct CommandSpec {
+struct Command {
   const char* name;   // "picture", "preset set"
   MessageId request;  // whose cameras are the device types that serve the command
   CurrentRead current;
@@ -98,26 +98,26 @@ struct CommandSpec {
 };
 
 // The device types that serve a command and one of its option rows.
-uint8_t command_types(const CommandSpec& spec);
-uint8_t option_types(const CommandSpec& spec, const CommandOption& option);
+uint8_t command_types(const Command& command);
+uint8_t option_types(const Command& command, const CommandOption& option);
 
-extern const CommandSpec kCommands[];
+extern const Command kCommands[];
 extern const size_t kCommandCount;
 
 // The command named by argv[0], or by argv[0] and argv[1] ("preset set"); *words is
 // set to the number of words its name took. nullptr when there is none.
-const CommandSpec* find_command(int argc, char** argv, int* words);
+const Command* find_command(int argc, char** argv, int* words);
 
 // A command line read against its table row.
 struct ParsedCommand {
-  const CommandSpec* spec = nullptr;
+  const Command* command = nullptr;
   const char* values[kMaxOptions] = {};  // per option row: its text, "" for a flag
   bool json = false;                     // --json (read commands)
 };
 
 // Reads the arguments after the command's name. 0, or -1 after printing a one-line
 // usage error that names the accepted values.
-int parse_command(const CommandSpec& spec, int argc, char** argv, ParsedCommand* out);
+int parse_command(const Command& command, int argc, char** argv, ParsedCommand* out);
 
 // The value given for the option named `name` (any row), or nullptr.
 const char* given_value(const ParsedCommand& parsed, const char* name);

@@ -157,7 +157,7 @@ int check_rate_control(const ParsedCommand& parsed, const DecodedReply& info) {
   uint8_t code_now = static_cast<uint8_t>(field_number(info, Field::kMpegCbr)), code = code_now;
   if (cbr != nullptr)
     code_value(kSwitchCodes, cbr, &code);
-  std::string command = parsed.spec->name;
+  std::string command = parsed.command->name;
   if (code != 2 && given_value(parsed, "--bitrate") != nullptr)
     return usage_error(command + " --bitrate: the camera takes a bit rate only with CBR on");
   if (code == 2 && code_now != 2 && given_value(parsed, "--bitrate") == nullptr)
@@ -226,26 +226,28 @@ int run_read(Session* session, const ParsedCommand& parsed, const RequestHeader&
 
 // Everything after the device information: checks, current values, the request.
 int run_after_info(Session* session, const ParsedCommand& parsed, const DecodedReply& info) {
-  const CommandSpec& spec = *parsed.spec;
+  const Command& command = *parsed.command;
   uint8_t type = static_cast<uint8_t>(field_number(info, Field::kDeviceType));
-  if ((command_types(spec) & device_type_bit(type)) == 0) {
+  if ((command_types(command) & device_type_bit(type)) == 0) {
     console_error("camrc: %s: the camera is %s (device type %u), which does not serve it\n",
-                  spec.name, type_words(type), type);
+                  command.name, type_words(type), type);
     return kCamrcNotServed;
   }
   RequestHeader header;
-  int built = build_request(parsed, type, spec.current == kCurrentInfo ? &info : nullptr, &header);
+  int built =
+      build_request(parsed, type, command.current == kCurrentInfo ? &info : nullptr, &header);
   if (built != 0)
     return built == -2 ? kCamrcNotServed : kCamrcUsage;
   Reply current_reply;
   DecodedReply current_fields;
-  if (spec.current != kCurrentNone && spec.current != kCurrentInfo) {
-    int status = read_current(session, spec.current, type, header, &current_reply, &current_fields);
+  if (command.current != kCurrentNone && command.current != kCurrentInfo) {
+    int status =
+        read_current(session, command.current, type, header, &current_reply, &current_fields);
     if (status != kCamrcOk)
       return status;
     build_request(parsed, type, &current_fields, &header);
   }
-  const MessageSpec& request = message(spec.request);
+  const MessageTable& request = message(command.request);
   if (request.answer != MessageId::kCount)
     return run_read(session, parsed, header);
 
@@ -258,8 +260,8 @@ int run_after_info(Session* session, const ParsedCommand& parsed, const DecodedR
     return kCamrcOk;
   }
   bool rate_control = false;
-  for (size_t k = 0; k < kMaxOptions && spec.options[k].name != nullptr; k++)
-    rate_control = rate_control || strcmp(spec.options[k].name, "--bitrate") == 0;
+  for (size_t k = 0; k < kMaxOptions && command.options[k].name != nullptr; k++)
+    rate_control = rate_control || strcmp(command.options[k].name, "--bitrate") == 0;
   if (rate_control) {
     int status = check_rate_control(parsed, info);
     if (status != kCamrcOk)
@@ -282,7 +284,7 @@ int run_command(Session* session, const ParsedCommand& parsed) {
   int status = read_decoded(session, info_request, "device information", &info, &fields);
   if (status != kCamrcOk)
     return status;
-  if (strcmp(parsed.spec->name, "info") == 0) {
+  if (strcmp(parsed.command->name, "info") == 0) {
     print_fields(fields, parsed.json);
     return kCamrcOk;
   }
@@ -373,14 +375,15 @@ int camrc_main(int argc, char** argv) {
     return usage_error("give one of --password and --password-file");
 
   int words = 0;
-  const CommandSpec* spec = find_command(argc - i, argv + i, &words);
+  const Command* command = find_command(argc - i, argv + i, &words);
   ParsedCommand parsed;
   RequestHeader reload;
   bool reload_json = false;
   int status = kCamrcOk;
-  if (spec != nullptr) {
-    status = parse_command(*spec, argc - i - words, argv + i + words, &parsed) == 0 ? kCamrcOk
-                                                                                    : kCamrcUsage;
+  if (command != nullptr) {
+    status = parse_command(*command, argc - i - words, argv + i + words, &parsed) == 0
+                 ? kCamrcOk
+                 : kCamrcUsage;
   } else if (strcmp(argv[i], "reload") == 0) {
     status = prepare_reload(argc - i - 1, argv + i + 1, &reload, &reload_json);
   } else if (strcmp(argv[i], "close") != 0) {
@@ -398,7 +401,7 @@ int camrc_main(int argc, char** argv) {
   }
   Session session;
   session.target = target;
-  if (spec != nullptr)
+  if (command != nullptr)
     status = run_command(&session, parsed);
   else if (strcmp(argv[i], "reload") == 0)
     status = run_reload(&session, reload, reload_json);

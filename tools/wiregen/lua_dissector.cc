@@ -46,8 +46,8 @@ std::string value_names(const CodeName* codes) {
 // The kind a field has wherever a message carries it (numbers, texts or bytes).
 const char* proto_field_type(Field field) {
   for (size_t m = 0; m < kMessageCount; ++m) {
-    const MessageSpec& spec = message(static_cast<MessageId>(m));
-    if (const WireRow* row = find_row(spec, field)) {
+    const MessageTable& table = message(static_cast<MessageId>(m));
+    if (const WireRow* row = find_row(table, field)) {
       switch (row->kind) {
         case WireKind::kText:
         case WireKind::kMacReversed:
@@ -97,25 +97,25 @@ std::string row_part(const WireRow& row) {
          (key != nullptr ? quoted(key) : "nil") + "}";
 }
 
-std::string message_part(const MessageSpec& spec) {
-  std::string out = "  {name = " + quoted(spec.title) + ", class = " + number(spec.command_class) +
-                    ", sub = " + number(spec.sub);
-  const WireRow* length = find_row(spec, Field::kMotionMapLength);
-  if (spec.request && length != nullptr)
+std::string message_part(const MessageTable& table) {
+  std::string out = "  {name = " + quoted(table.title) +
+                    ", class = " + number(table.command_class) + ", sub = " + number(table.sub);
+  const WireRow* length = find_row(table, Field::kMotionMapLength);
+  if (table.request && length != nullptr)
     out += ", length_at = " + number(length->offset);
-  if (spec.id == MessageId::kReloadRequest)
+  if (table.id == MessageId::kReloadRequest)
     out += ", reload = true";
   out += ", rows = {\n";
-  for (size_t i = 0; i < spec.row_count; ++i)
-    out += "    " + row_part(spec.rows[i]) + ",\n";
+  for (size_t i = 0; i < table.row_count; ++i)
+    out += "    " + row_part(table.rows[i]) + ",\n";
   return out + "  }},\n";
 }
 
 std::string messages_part() {
   std::string requests = "local requests = {\n", replies = "local replies = {\n";
   for (size_t m = 0; m < kMessageCount; ++m) {
-    const MessageSpec& spec = message(static_cast<MessageId>(m));
-    (spec.request ? requests : replies) += message_part(spec);
+    const MessageTable& table = message(static_cast<MessageId>(m));
+    (table.request ? requests : replies) += message_part(table);
   }
   std::string classes = "local classes = {";
   for (const CommandClass& command_class : kCommandClasses)
@@ -272,9 +272,9 @@ end
 
 -- Adds the rows that stand in the layout; the end of the rows sent, or nil when a row
 -- lies beyond `limit`.
-local function walk(tree, tvb, base, limit, spec, ctx)
+local function walk(tree, tvb, base, limit, entry, ctx)
   local finish = HEADER
-  for _, row in ipairs(spec.rows) do
+  for _, row in ipairs(entry.rows) do
     if stands(row[5], ctx) then
       local width = row_width(row, ctx)
       if row[1] + width > limit then return nil end
@@ -293,20 +293,20 @@ end
 local function find_request(class, sub)
   local known_class = false
   local reload
-  for _, spec in ipairs(requests) do
-    if spec.reload then
-      reload = spec
-    elseif spec.class == class then
+  for _, entry in ipairs(requests) do
+    if entry.reload then
+      reload = entry
+    elseif entry.class == class then
       known_class = true
-      if spec.sub == sub then return spec end
+      if entry.sub == sub then return entry end
     end
   end
   if not known_class then return reload end
 end
 
 local function find_reply(sub)
-  for _, spec in ipairs(replies) do
-    if spec.sub == sub then return spec end
+  for _, entry in ipairs(replies) do
+    if entry.sub == sub then return entry end
   end
 end
 
@@ -324,9 +324,9 @@ local function frame(tvb, offset, available, to_server, index)
     if index < 2 then index = 2 end
     if available < HEADER then return "request", HEADER, nil, index end
     if not request then return "request", HEADER, "bad prefix: the server drops these 32 bytes", index end
-    local spec = find_request(tvb(offset + 2, 1):uint(), tvb(offset + 3, 1):uint())
-    if spec and spec.length_at then
-      return "request", HEADER + tvb(offset + spec.length_at, 2):le_uint(), nil, index
+    local entry = find_request(tvb(offset + 2, 1):uint(), tvb(offset + 3, 1):uint())
+    if entry and entry.length_at then
+      return "request", HEADER + tvb(offset + entry.length_at, 2):le_uint(), nil, index
     end
     return "request", HEADER, nil, index
   end
@@ -377,28 +377,28 @@ end
 local function dissect_request(tvb, offset, length, tree)
   tree:add(f.prefix, tvb(offset, 2))
   local class, sub = tvb(offset + 2, 1):uint(), tvb(offset + 3, 1):uint()
-  local spec = find_request(class, sub)
-  if spec == nil then
+  local entry = find_request(class, sub)
+  if entry == nil then
     tree:add(f.class, tvb(offset + 2, 1)):append_text(" (" .. (classes[class] or "?") .. ")")
     tree:add(f.sub, tvb(offset + 3, 1))
     tree:add_proto_expert_info(ignored, "an unknown sub-command of a known class")
     return "unknown request"
   end
-  if spec.class == class then
+  if entry.class == class then
     tree:add(f.class, tvb(offset + 2, 1)):append_text(" (" .. classes[class] .. ")")
     tree:add(f.sub, tvb(offset + 3, 1))
   end
-  if walk(tree, tvb, offset, length, spec, new_context()) == nil then
-    return spec.name, "the payload is shorter than its rows"
+  if walk(tree, tvb, offset, length, entry, new_context()) == nil then
+    return entry.name, "the payload is shorter than its rows"
   end
-  if spec.length_at then
+  if entry.length_at then
     local payload = length - HEADER
     if payload < 2 or tvb(offset + length - 2, 2):uint() ~= 0x55AA then
-      return spec.name, "the payload does not end with 55 AA: the server ignores the map"
+      return entry.name, "the payload does not end with 55 AA: the server ignores the map"
     end
     tree:add(f.trailer, tvb(offset + length - 2, 2))
   end
-  return spec.name
+  return entry.name
 end
 
 local function dissect_reply(tvb, offset, length, tree)
@@ -407,19 +407,19 @@ local function dissect_reply(tvb, offset, length, tree)
   tree:add(f.class, tvb(offset + 6, 1))
   tree:add(f.sub, tvb(offset + 7, 1))
   tree:add_le(f.parameter, tvb(offset + 8, 2))
-  local spec = find_reply(tvb(offset + 7, 1):uint())
-  if spec == nil then return "reply", "unknown reply sub-command" end
+  local entry = find_reply(tvb(offset + 7, 1):uint())
+  if entry == nil then return "reply", "unknown reply sub-command" end
   local limit = HEADER
   if length > HEADER then
     if length < HEADER + 2 or tvb(offset + length - 2, 2):uint() ~= 0x55AA then
-      return spec.name, "the payload does not end with 55 AA"
+      return entry.name, "the payload does not end with 55 AA"
     end
     limit = length - 2
   end
-  local finish = walk(tree, tvb, offset, limit, spec, new_context())
-  if finish ~= limit then return spec.name, "the length does not fit the layout" end
+  local finish = walk(tree, tvb, offset, limit, entry, new_context())
+  if finish ~= limit then return entry.name, "the length does not fit the layout" end
   if length > HEADER then tree:add(f.trailer, tvb(offset + length - 2, 2)) end
-  return spec.name
+  return entry.name
 end
 
 local function dissect_one(kind, index, tvb, offset, length, tree, problem)

@@ -195,41 +195,41 @@ std::string cameras(uint8_t bits) {
   return "every camera";
 }
 
-std::string message_section(const MessageSpec& spec) {
-  std::string out = "### " + std::string(spec.title) + "\n\n";
-  if (spec.id == MessageId::kReloadRequest)
+std::string message_section(const MessageTable& table) {
+  std::string out = "### " + std::string(table.title) + "\n\n";
+  if (table.id == MessageId::kReloadRequest)
     out += "Class: any value but the five classes; bytes 2-3 are the group bits.";
-  else if (spec.request)
-    out += "Class " + hex(spec.command_class) + ", sub-command " + hex(spec.sub) + ".";
+  else if (table.request)
+    out += "Class " + hex(table.command_class) + ", sub-command " + hex(table.sub) + ".";
   else
-    out += "Sub-command " + hex(spec.sub) + ".";
-  out += " For " + cameras(spec.cameras) + ". " + spec.summary;
-  if (spec.request) {
-    out += spec.answer == MessageId::kCount
+    out += "Sub-command " + hex(table.sub) + ".";
+  out += " For " + cameras(table.cameras) + ". " + table.summary;
+  if (table.request) {
+    out += table.answer == MessageId::kCount
                ? " Not answered."
-               : " Answered by the " + std::string(message(spec.answer).title) + ".";
+               : " Answered by the " + std::string(message(table.answer).title) + ".";
   }
-  if (spec.restarts_streams)
+  if (table.restarts_streams)
     out +=
         " The server then restarts its streams and ends every connection after one "
         "request until it is itself restarted.";
   out += "\n\n";
-  if (spec.row_count == 0)
+  if (table.row_count == 0)
     return out + "No fields.\n\n";
-  out += spec.request ? "| Byte | Width | Field | Encoding | Taken | Stands | Meaning |\n"
-                        "| --- | --- | --- | --- | --- | --- | --- |\n"
-                      : "| Byte | Width | Field | Encoding | Stands | Meaning |\n"
-                        "| --- | --- | --- | --- | --- | --- |\n";
+  out += table.request ? "| Byte | Width | Field | Encoding | Taken | Stands | Meaning |\n"
+                         "| --- | --- | --- | --- | --- | --- | --- |\n"
+                       : "| Byte | Width | Field | Encoding | Stands | Meaning |\n"
+                         "| --- | --- | --- | --- | --- | --- |\n";
   std::vector<const WireRow*> rows;
-  for (size_t i = 0; i < spec.row_count; ++i)
-    rows.push_back(&spec.rows[i]);
+  for (size_t i = 0; i < table.row_count; ++i)
+    rows.push_back(&table.rows[i]);
   std::stable_sort(rows.begin(), rows.end(),
                    [](const WireRow* a, const WireRow* b) { return a->offset < b->offset; });
   for (const WireRow* row : rows)
-    out += row_line(*row, spec.request);
-  if (!spec.request && spec.rows[spec.row_count - 1].offset >= kReplyHeaderSize)
+    out += row_line(*row, table.request);
+  if (!table.request && table.rows[table.row_count - 1].offset >= kReplyHeaderSize)
     out += "\nThe payload ends with 0x55 0xAA after the last row sent.\n";
-  if (spec.id == MessageId::kReloadRequest) {
+  if (table.id == MessageId::kReloadRequest) {
     out += "\n| Bit | Group |\n| --- | --- |\n";
     for (const ReloadGroup& group : kReloadGroups)
       out += "| " + hex(group.bit) + " | " + group.name + " |\n";
@@ -240,8 +240,8 @@ std::string message_section(const MessageSpec& spec) {
 std::string messages_section() {
   std::string requests = "## Requests\n\n", replies = "## Replies\n\n";
   for (size_t m = 0; m < kMessageCount; ++m) {
-    const MessageSpec& spec = message(static_cast<MessageId>(m));
-    (spec.request ? requests : replies) += message_section(spec);
+    const MessageTable& table = message(static_cast<MessageId>(m));
+    (table.request ? requests : replies) += message_section(table);
   }
   return requests + replies;
 }
@@ -322,15 +322,15 @@ std::string shown(const char* name, const WireRow& row, const uint8_t* bytes, ui
 bool describe_request(const Bytes& bytes, std::string* title, std::string* fields) {
   if (bytes.size() < kRequestHeaderSize)
     return false;
-  const MessageSpec* spec = find_request(bytes[kRequestClass], bytes[kRequestSub]);
-  const WireRow* length = spec != nullptr ? find_row(*spec, Field::kMotionMapLength) : nullptr;
+  const MessageTable* table = find_request(bytes[kRequestClass], bytes[kRequestSub]);
+  const WireRow* length = table != nullptr ? find_row(*table, Field::kMotionMapLength) : nullptr;
   size_t expected = kRequestHeaderSize + (length ? row_number(*length, bytes.data()) : 0);
-  if (spec == nullptr || bytes.size() != expected)
+  if (table == nullptr || bytes.size() != expected)
     return false;
-  *title = spec->title;
+  *title = table->title;
   LayoutContext context;
-  for (size_t i = 0; i < spec->row_count; ++i) {
-    const WireRow& row = spec->rows[i];
+  for (size_t i = 0; i < table->row_count; ++i) {
+    const WireRow& row = table->rows[i];
     if (row.offset + row.width > kRequestHeaderSize || !row_stands(row, context))
       continue;
     uint32_t number = row_number(row, bytes.data());
@@ -398,8 +398,8 @@ size_t next_length(bool from_client, int index, const Bytes& pending) {
   if (from_client) {
     if (pending.size() < kRequestHeaderSize)
       return 0;
-    const MessageSpec* spec = find_request(pending[kRequestClass], pending[kRequestSub]);
-    const WireRow* length = spec != nullptr ? find_row(*spec, Field::kMotionMapLength) : nullptr;
+    const MessageTable* table = find_request(pending[kRequestClass], pending[kRequestSub]);
+    const WireRow* length = table != nullptr ? find_row(*table, Field::kMotionMapLength) : nullptr;
     return kRequestHeaderSize + (length != nullptr ? row_number(*length, pending.data()) : 0);
   }
   const size_t kLogin[] = {sizeof kGreeting, kAuthMessageSize, kAuthVerdictSize};
