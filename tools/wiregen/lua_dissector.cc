@@ -113,10 +113,7 @@ std::string message_part(const MessageTable& table) {
 
 std::string messages_part() {
   std::string requests = "local requests = {\n", replies = "local replies = {\n";
-  for (size_t m = 0; m < kMessageCount; ++m) {
-    const MessageTable& table = message(static_cast<MessageId>(m));
-    (table.request ? requests : replies) += message_part(table);
-  }
+  append_by_direction(message_part, &requests, &replies);
   std::string classes = "local classes = {";
   for (const CommandClass& command_class : kCommandClasses)
     classes += "[" + number(command_class.value) + "] = " + quoted(command_class.name) + ", ";

@@ -239,10 +239,7 @@ std::string message_section(const MessageTable& table) {
 
 std::string messages_section() {
   std::string requests = "## Requests\n\n", replies = "## Replies\n\n";
-  for (size_t m = 0; m < kMessageCount; ++m) {
-    const MessageTable& table = message(static_cast<MessageId>(m));
-    (table.request ? requests : replies) += message_section(table);
-  }
+  append_by_direction(message_section, &requests, &replies);
   return requests + replies;
 }
 

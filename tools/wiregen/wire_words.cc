@@ -70,6 +70,14 @@ const char* key_id(LayoutKey key) {
   return index < sizeof kKeys / sizeof kKeys[0] ? kKeys[index] : nullptr;
 }
 
+void append_by_direction(std::string (*text_of)(const MessageTable&), std::string* requests,
+                         std::string* replies) {
+  for (size_t m = 0; m < kMessageCount; ++m) {
+    const MessageTable& table = message(static_cast<MessageId>(m));
+    *(table.request ? requests : replies) += text_of(table);
+  }
+}
+
 std::string hex(unsigned value) {
   char text[16];
   snprintf(text, sizeof text, "0x%02X", value);

@@ -19,6 +19,11 @@ const Words& presence_words(Presence presence);
 const Words& rule_words(CopyRule rule);
 const char* key_id(LayoutKey key);
 
+// Appends each message's text, as `text_of` gives it, to `requests` or `replies`, in
+// table order.
+void append_by_direction(std::string (*text_of)(const MessageTable&), std::string* requests,
+                         std::string* replies);
+
 // "0x1F", two hex digits at least.
 std::string hex(unsigned value);
 
