@@ -7,10 +7,9 @@
 #include <stdio.h>
 #include <string.h>
 
-#include <mutex>
-
 #include "platform/command_runner.h"
 #include "platform/dev_root.h"
+#include "platform/mutex.h"
 #include "platform/pause.h"
 #include "platform/shell_word.h"
 #include "settings/group_locks.h"
@@ -47,7 +46,7 @@ void run_built(size_t (*build)(char*, size_t, const Group&), const Group& group)
 }
 
 void mark_stream_restarted() {
-  std::lock_guard<std::mutex> hold(stream_lock);
+  MutexHold hold(stream_lock);
   settings.stream_restarted = 1;
 }
 

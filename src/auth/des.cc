@@ -5,7 +5,7 @@
 
 #include <string.h>
 
-#include <mutex>
+#include "platform/mutex.h"
 
 namespace camrcd {
 namespace {
@@ -152,12 +152,12 @@ struct ScheduleCache {
   Schedule schedule;
 };
 
-std::mutex cache_lock;
+Mutex cache_lock;
 ScheduleCache cache = {{0}, kOrderNone, {}};
 
 // Brings the cache to `key` in `order` and copies its subkeys to `out`.
 void take_schedule(const uint8_t key[8], Order order, Schedule* out) {
-  std::lock_guard<std::mutex> hold(cache_lock);
+  MutexHold hold(cache_lock);
   if (cache.order == kOrderNone || memcmp(cache.key, key, 8) != 0) {
     memcpy(cache.key, key, 8);
     build_schedule(key, &cache.schedule);

@@ -13,12 +13,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <mutex>
-
 #include "auth/auth_exchange.h"
 #include "control/build_options.h"
 #include "control/dispatch.h"
 #include "platform/console.h"
+#include "platform/mutex.h"
 #include "platform/net_io.h"
 #include "protocol/wire_format.h"
 #include "settings/group_locks.h"
@@ -27,7 +26,7 @@
 namespace camrcd {
 namespace {
 
-using Guard = std::lock_guard<std::mutex>;
+using Guard = MutexHold;
 
 void on_alarm(int) {
   console_print_from_signal("CountAlarm !!!!!!!!!\n");

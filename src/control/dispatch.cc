@@ -11,7 +11,6 @@
 #include <string.h>
 
 #include <algorithm>
-#include <mutex>
 
 #include "actions/local_notifier.h"
 #include "actions/ptz_actions.h"
@@ -21,6 +20,7 @@
 #include "groups/group_masks.h"
 #include "groups/group_table.h"
 #include "platform/console.h"
+#include "platform/mutex.h"
 #include "platform/net_io.h"
 #include "platform/pause.h"
 #include "protocol/messages.h"
@@ -32,7 +32,7 @@
 namespace camrcd {
 namespace {
 
-using Guard = std::lock_guard<std::mutex>;
+using Guard = MutexHold;
 
 constexpr uint32_t kReadReplyWait = 5000;  // microseconds
 
@@ -47,7 +47,7 @@ struct Request {
 // A write request that copies its fields under their group's lock and saves and
 // applies fixed groups.
 struct PlainWrite {
-  std::mutex* lock;
+  Mutex* lock;
   uint32_t save;
   uint32_t extended_save;
   uint32_t apply;
@@ -79,7 +79,7 @@ void send_reply(const Request& r, size_t length) {
   net_send(r.socket, r.buffer, length, 0);  // a failed send shows at the next read
 }
 
-void save_and_apply(const RequestMasks& m, const std::mutex* held = nullptr) {
+void save_and_apply(const RequestMasks& m, const Mutex* held = nullptr) {
   save_groups(m.save, m.extended_save, held);
   apply_groups(m.apply, m.extended_apply, held);
 }
@@ -107,7 +107,7 @@ RequestOutcome device_info(const Request& r, const PlainWrite*) {
 // section it was asked for with that section's fields. The 5 ms wait follows,
 // outside the lock.
 struct SectionedRead {
-  std::mutex* lock;
+  Mutex* lock;
   uint32_t extended_load;
   Field selector;  // the section that the read selects, for the caller
 };
@@ -205,7 +205,7 @@ RequestOutcome stream_settings_write(const Request& r, const PlainWrite*) {
   // MPEG, then JPEG (the save table's order): each group's copy and save under one hold
   // of its lock, so that no reload comes between them and undoes the copy.
   const struct {
-    std::mutex* lock;
+    Mutex* lock;
     uint32_t save;
   } files[] = {{&mpeg_lock, kSaveMpegFileVideo}, {&jpeg_lock, kSaveJpegFile}};
   for (const auto& file : files) {
@@ -247,7 +247,7 @@ RequestOutcome motion_write(const Request& r, const PlainWrite*) {
   uint8_t type = settings.device_type;
   bool fixed = type == 1;
   // The block map goes to the motion group's files on type 1, else to md2's.
-  std::mutex& lock = fixed ? motion_lock : ptz_lock;
+  Mutex& lock = fixed ? motion_lock : ptz_lock;
   size_t length = header_value(r, Field::kMotionMapLength);
   bool valid = read_motion_payload(r.socket, r.buffer, length);
   uint8_t area = fixed ? selected_md_area() : 0;

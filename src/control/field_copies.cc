@@ -40,8 +40,7 @@ bool rule_takes(const WireRow& row, const uint8_t* header, const LayoutContext& 
 
 }  // namespace
 
-void copy_request_fields(MessageId id, const uint8_t* header, const std::mutex* held,
-                         CopyScope scope) {
+void copy_request_fields(MessageId id, const uint8_t* header, const Mutex* held, CopyScope scope) {
   const MessageTable& table = message(id);
   LayoutContext context;
   context.device_type = settings.device_type;

@@ -15,8 +15,7 @@
 
 #include <stdint.h>
 
-#include <mutex>
-
+#include "platform/mutex.h"
 #include "protocol/messages.h"
 
 namespace camrcd {
@@ -28,7 +27,7 @@ enum class CopyScope : uint8_t { kEveryRow, kHeldLockRows };
 // Copies the fields of request `id` from its 32-byte header, in row order, for the
 // record's device type. With `held`, the caller holds the lock that guards the fields
 // and none is taken; without, each group's fields are copied under that group's lock.
-void copy_request_fields(MessageId id, const uint8_t* header, const std::mutex* held = nullptr,
+void copy_request_fields(MessageId id, const uint8_t* header, const Mutex* held = nullptr,
                          CopyScope scope = CopyScope::kEveryRow);
 
 }  // namespace camrcd

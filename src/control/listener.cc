@@ -13,14 +13,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <mutex>
-
 #include "control/connection.h"
 #include "groups/group_masks.h"
 #include "groups/group_table.h"
 #include "platform/command_runner.h"
 #include "platform/console.h"
 #include "platform/dev_root.h"
+#include "platform/mutex.h"
 #include "platform/pause.h"
 #include "settings/group_locks.h"
 #include "settings/product_identity.h"
@@ -106,7 +105,7 @@ void start_connection_thread(int connection) {
     console_print("======================================\n");
     int32_t control_port;
     {
-      std::lock_guard<std::mutex> hold(network_lock);
+      MutexHold hold(network_lock);
       control_port = settings.control_port;
     }
     console_print("==Accept wait!!! %x ControlPort=%d, pub_C_Port= %d\n", bound.sin_port,

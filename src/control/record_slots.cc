@@ -17,18 +17,18 @@ struct Entry {
 constexpr Entry none(Field field) {
   return {field, {SlotType::kNone, nullptr, 0, SlotLock::kNone, nullptr, nullptr}};
 }
-constexpr Entry byte(Field field, uint8_t& value, std::mutex* lock) {
+constexpr Entry byte(Field field, uint8_t& value, Mutex* lock) {
   return {field, {SlotType::kByte, &value, 1, SlotLock::kGroup, lock, nullptr}};
 }
 // A runtime field that start-up sets once, read without a lock.
 constexpr Entry runtime_byte(Field field, uint8_t& value) {
   return {field, {SlotType::kByte, &value, 1, SlotLock::kNone, nullptr, nullptr}};
 }
-constexpr Entry word(Field field, int32_t& value, std::mutex* lock) {
+constexpr Entry word(Field field, int32_t& value, Mutex* lock) {
   return {field, {SlotType::kWord, &value, 4, SlotLock::kGroup, lock, nullptr}};
 }
 template <size_t N>
-constexpr Entry text(Field field, char (&value)[N], std::mutex* lock) {
+constexpr Entry text(Field field, char (&value)[N], Mutex* lock) {
   return {field, {SlotType::kText, value, N, SlotLock::kGroup, lock, nullptr}};
 }
 constexpr Entry computed(Field field, uint32_t (*compute)()) {
@@ -55,14 +55,14 @@ uint32_t version_one() {
 }
 
 using F = Field;
-constexpr std::mutex* kNetwork = &network_lock;
-constexpr std::mutex* kMpeg = &mpeg_lock;
-constexpr std::mutex* kOsd = &osd_lock;
-constexpr std::mutex* kAlarm = &alarm_lock;
-constexpr std::mutex* kCam1 = &camcontrol1_lock;
-constexpr std::mutex* kCam2 = &camcontrol2_lock;
-constexpr std::mutex* kPrivacy = &privacy_lock;
-constexpr std::mutex* kPtz = &ptz_lock;
+constexpr Mutex* kNetwork = &network_lock;
+constexpr Mutex* kMpeg = &mpeg_lock;
+constexpr Mutex* kOsd = &osd_lock;
+constexpr Mutex* kAlarm = &alarm_lock;
+constexpr Mutex* kCam1 = &camcontrol1_lock;
+constexpr Mutex* kCam2 = &camcontrol2_lock;
+constexpr Mutex* kPrivacy = &privacy_lock;
+constexpr Mutex* kPtz = &ptz_lock;
 
 constexpr Entry kSlots[] = {
     none(F::kNone),
@@ -189,7 +189,7 @@ const RecordSlot& record_slot(Field field) {
   return kSlots[index < kFieldCount ? index : 0].slot;
 }
 
-std::mutex* slot_lock(const RecordSlot& slot) {
+Mutex* slot_lock(const RecordSlot& slot) {
   switch (slot.lock_kind) {
     case SlotLock::kNone:
       return nullptr;
@@ -222,14 +222,13 @@ void slot_store(const RecordSlot& slot, uint32_t value) {
 }
 
 void SlotLockHold::take(const RecordSlot& slot) {
-  std::mutex* lock = slot_lock(slot);
+  Mutex* lock = slot_lock(slot);
   if (lock == nullptr || lock == current)
     return;
-  if (guard.owns_lock())
-    guard.unlock();
+  guard = MutexHold();  // the previous slot's lock, if any, first
   current = lock;
   if (lock != held)
-    guard = std::unique_lock<std::mutex>(*lock);
+    guard = MutexHold(*lock);
 }
 
 }  // namespace camrcd

@@ -9,8 +9,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#include <mutex>
-
+#include "platform/mutex.h"
 #include "protocol/wire_fields.h"
 
 namespace camrcd {
@@ -33,14 +32,14 @@ struct RecordSlot {
   void* address;
   uint16_t size;  // kText, kBytes: the record field's bytes
   SlotLock lock_kind;
-  std::mutex* lock;  // kGroup
+  Mutex* lock;  // kGroup
   uint32_t (*compute)();
 };
 
 const RecordSlot& record_slot(Field field);
 
 // The mutex that guards the slot now (the motion map's by device type), or nullptr.
-std::mutex* slot_lock(const RecordSlot& slot);
+Mutex* slot_lock(const RecordSlot& slot);
 
 // A byte, word or computed slot's value; 0 for the others.
 uint32_t slot_number(const RecordSlot& slot);
@@ -51,9 +50,9 @@ void slot_store(const RecordSlot& slot, uint32_t value);
 // Holds one slot lock at a time while a walk moves from group to group; never the
 // lock the caller already holds (`held`, or nullptr).
 struct SlotLockHold {
-  const std::mutex* held;
-  std::mutex* current = nullptr;
-  std::unique_lock<std::mutex> guard;
+  const Mutex* held;
+  Mutex* current = nullptr;
+  MutexHold guard;
 
   void take(const RecordSlot& slot);
 };

@@ -5,9 +5,8 @@
 
 #include <string.h>
 
-#include <mutex>
-
 #include "control/record_slots.h"
+#include "platform/mutex.h"
 #include "settings/settings_record.h"
 
 namespace camrcd {
@@ -64,7 +63,7 @@ void put_row(const WireRow& row, const RecordSlot& slot, uint8_t* out, size_t wi
 
 }  // namespace
 
-size_t build_reply(MessageId id, uint8_t* buffer, uint16_t parameter, const std::mutex* held) {
+size_t build_reply(MessageId id, uint8_t* buffer, uint16_t parameter, const Mutex* held) {
   const MessageTable& table = message(id);
   start_reply(buffer, table.sub, parameter);
   LayoutContext context;

@@ -8,8 +8,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#include <mutex>
-
+#include "platform/mutex.h"
 #include "protocol/messages.h"
 
 namespace camrcd {
@@ -18,8 +17,7 @@ namespace camrcd {
 // bytes) and returns its length. Bytes past the reply are not touched. `held` is a
 // group lock the caller already holds (it has just selected and loaded that group), or
 // nullptr; every other lock the reply needs is taken here.
-size_t build_reply(MessageId id, uint8_t* buffer, uint16_t parameter,
-                   const std::mutex* held = nullptr);
+size_t build_reply(MessageId id, uint8_t* buffer, uint16_t parameter, const Mutex* held = nullptr);
 
 }  // namespace camrcd
 

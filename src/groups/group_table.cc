@@ -103,10 +103,10 @@ const GroupTable kExtendedSaveTable = table_of(kExtendedSaveRows);
 const GroupTable kApplyTable = table_of(kApplyRows);
 const GroupTable kExtendedApplyTable = table_of(kExtendedApplyRows);
 
-void run_group_rows(GroupTable table, uint32_t mask, const std::mutex* held) {
+void run_group_rows(GroupTable table, uint32_t mask, const Mutex* held) {
   // Rows that follow each other with the same locks run under one hold of them; any
   // other row's locks are taken only after the previous row's are released.
-  std::unique_lock<std::mutex> first, second;
+  MutexHold first, second;
   const GroupRow* holding = nullptr;
   for (size_t i = 0; i < table.count && mask != 0; ++i) {
     const GroupRow& row = table.rows[i];
@@ -117,8 +117,8 @@ void run_group_rows(GroupTable table, uint32_t mask, const std::mutex* held) {
       continue;
     if (holding == nullptr || holding->first_lock != row.first_lock ||
         holding->second_lock != row.second_lock) {
-      second = std::unique_lock<std::mutex>();
-      first = std::unique_lock<std::mutex>();
+      second = MutexHold();
+      first = MutexHold();
       if (row.first_lock != nullptr)
         first = lock_unless_held(*row.first_lock, held);
       if (row.second_lock != nullptr)
@@ -129,17 +129,17 @@ void run_group_rows(GroupTable table, uint32_t mask, const std::mutex* held) {
   }
 }
 
-void load_groups(uint32_t load_mask, uint32_t extended_load_mask, const std::mutex* held) {
+void load_groups(uint32_t load_mask, uint32_t extended_load_mask, const Mutex* held) {
   run_group_rows(kLoadTable, load_mask, held);
   run_group_rows(kExtendedLoadTable, extended_load_mask, held);
 }
 
-void save_groups(uint32_t save_mask, uint32_t extended_save_mask, const std::mutex* held) {
+void save_groups(uint32_t save_mask, uint32_t extended_save_mask, const Mutex* held) {
   run_group_rows(kSaveTable, save_mask, held);
   run_group_rows(kExtendedSaveTable, extended_save_mask, held);
 }
 
-void apply_groups(uint32_t apply_mask, uint32_t extended_apply_mask, const std::mutex* held) {
+void apply_groups(uint32_t apply_mask, uint32_t extended_apply_mask, const Mutex* held) {
   run_group_rows(kApplyTable, apply_mask, held);
   run_group_rows(kExtendedApplyTable, extended_apply_mask, held);
 }

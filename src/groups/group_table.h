@@ -9,7 +9,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#include <mutex>
+#include "platform/mutex.h"
 
 namespace camrcd {
 
@@ -17,8 +17,8 @@ using GroupOperation = void (*)();
 
 struct GroupRow {
   uint32_t bit;
-  std::mutex* first_lock;   // may be null (the network group takes none)
-  std::mutex* second_lock;  // taken after first_lock, released before it; may be null
+  Mutex* first_lock;   // may be null (the network group takes none)
+  Mutex* second_lock;  // taken after first_lock, released before it; may be null
   GroupOperation operation;
 };
 
@@ -31,12 +31,11 @@ struct GroupTable {
 // its locks; consecutive rows with the same locks share one hold. Rows with a null
 // operation are skipped. `held` is a lock the caller already holds (or null): a row
 // takes its other lock, if any, but not that one.
-void run_group_rows(GroupTable table, uint32_t mask, const std::mutex* held = nullptr);
+void run_group_rows(GroupTable table, uint32_t mask, const Mutex* held = nullptr);
 
-void load_groups(uint32_t load_mask, uint32_t extended_load_mask, const std::mutex* held = nullptr);
-void save_groups(uint32_t save_mask, uint32_t extended_save_mask, const std::mutex* held = nullptr);
-void apply_groups(uint32_t apply_mask, uint32_t extended_apply_mask,
-                  const std::mutex* held = nullptr);
+void load_groups(uint32_t load_mask, uint32_t extended_load_mask, const Mutex* held = nullptr);
+void save_groups(uint32_t save_mask, uint32_t extended_save_mask, const Mutex* held = nullptr);
+void apply_groups(uint32_t apply_mask, uint32_t extended_apply_mask, const Mutex* held = nullptr);
 
 // The six tables, for inspection by tests.
 extern const GroupTable kLoadTable;

@@ -30,10 +30,8 @@ struct SpawnAttributes {
   }
 };
 
-const posix_spawnattr_t* spawn_attributes() {
-  static const SpawnAttributes attributes;
-  return &attributes.attr;
-}
+// Made before main, so no thread ever sees it half built.
+const SpawnAttributes spawn_attributes;
 
 }  // namespace
 
@@ -42,7 +40,7 @@ void run_command_line(const char* line) {
   char option[] = "-c";
   char* argv[] = {shell_name, option, const_cast<char*>(line), nullptr};
   pid_t pid;
-  if (posix_spawn(&pid, "/bin/sh", nullptr, spawn_attributes(), argv, environ) != 0)
+  if (posix_spawn(&pid, "/bin/sh", nullptr, &spawn_attributes.attr, argv, environ) != 0)
     return;
   int status;
   while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {

@@ -8,13 +8,13 @@
 #include <string.h>
 #include <unistd.h>
 
-#include <mutex>
+#include "platform/mutex.h"
 
 namespace camrcd {
 namespace {
 
 constexpr size_t kLineCapacity = 8192;
-std::mutex console_lock;
+Mutex console_lock;
 
 void write_whole(int descriptor, const char* text, size_t length) {
   while (length > 0) {
@@ -36,7 +36,7 @@ void print_to(int descriptor, const char* format, va_list arguments) {
     return;
   size_t size =
       static_cast<size_t>(length) < sizeof line ? static_cast<size_t>(length) : sizeof line - 1;
-  std::lock_guard<std::mutex> hold(console_lock);
+  MutexHold hold(console_lock);
   write_whole(descriptor, line, size);
 }
 
@@ -57,7 +57,7 @@ void console_error(const char* format, ...) {
 }
 
 void console_write(const char* text) {
-  std::lock_guard<std::mutex> hold(console_lock);
+  MutexHold hold(console_lock);
   write_whole(STDOUT_FILENO, text, strlen(text));
 }
 

@@ -1,22 +1,22 @@
-// Storage of the mutexes; std::mutex is constant-initialised, so they are
+// Storage of the mutexes; Mutex is constant-initialised, so they are
 // ready before any code runs.
 #include "settings/group_locks.h"
 
 namespace camrcd {
 
-std::mutex title_lock;
-std::mutex video_lock;
-std::mutex mpeg_lock;
-std::mutex jpeg_lock;
-std::mutex osd_lock;
-std::mutex alarm_lock;
-std::mutex camcontrol1_lock;
-std::mutex camcontrol2_lock;
-std::mutex privacy_lock;
-std::mutex motion_lock;
-std::mutex ptz_lock;
-std::mutex user_count_lock;
-std::mutex stream_lock;
-std::mutex network_lock;
+Mutex title_lock;
+Mutex video_lock;
+Mutex mpeg_lock;
+Mutex jpeg_lock;
+Mutex osd_lock;
+Mutex alarm_lock;
+Mutex camcontrol1_lock;
+Mutex camcontrol2_lock;
+Mutex privacy_lock;
+Mutex motion_lock;
+Mutex ptz_lock;
+Mutex user_count_lock;
+Mutex stream_lock;
+Mutex network_lock;
 
 }  // namespace camrcd

@@ -6,30 +6,30 @@
 #ifndef CAMRCD_SETTINGS_GROUP_LOCKS_H_
 #define CAMRCD_SETTINGS_GROUP_LOCKS_H_
 
-#include <mutex>
+#include "platform/mutex.h"
 
 namespace camrcd {
 
-extern std::mutex title_lock;
-extern std::mutex video_lock;
-extern std::mutex mpeg_lock;
-extern std::mutex jpeg_lock;
-extern std::mutex osd_lock;
-extern std::mutex alarm_lock;
-extern std::mutex camcontrol1_lock;
-extern std::mutex camcontrol2_lock;
-extern std::mutex privacy_lock;
-extern std::mutex motion_lock;
-extern std::mutex ptz_lock;
-extern std::mutex user_count_lock;
-extern std::mutex stream_lock;
+extern Mutex title_lock;
+extern Mutex video_lock;
+extern Mutex mpeg_lock;
+extern Mutex jpeg_lock;
+extern Mutex osd_lock;
+extern Mutex alarm_lock;
+extern Mutex camcontrol1_lock;
+extern Mutex camcontrol2_lock;
+extern Mutex privacy_lock;
+extern Mutex motion_lock;
+extern Mutex ptz_lock;
+extern Mutex user_count_lock;
+extern Mutex stream_lock;
 // Guards the network group's fields and control_port. Two requests may reload the
 // network group at once, and the replies and the accept loop read it meanwhile.
-extern std::mutex network_lock;
+extern Mutex network_lock;
 
 // Holds lock, unless it is the one the caller already holds (held; may be null).
-inline std::unique_lock<std::mutex> lock_unless_held(std::mutex& lock, const std::mutex* held) {
-  return &lock == held ? std::unique_lock<std::mutex>() : std::unique_lock<std::mutex>(lock);
+inline MutexHold lock_unless_held(Mutex& lock, const Mutex* held) {
+  return &lock == held ? MutexHold() : MutexHold(lock);
 }
 
 }  // namespace camrcd

@@ -18,7 +18,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <mutex>
 #include <numeric>
 #include <sstream>
 #include <string>
@@ -30,6 +29,7 @@
 #include "groups/group_table.h"
 #include "platform/command_runner.h"
 #include "platform/dev_root.h"
+#include "platform/mutex.h"
 #include "settings/group_locks.h"
 #include "support/daemon_harness.h"
 
@@ -262,7 +262,7 @@ TEST_F(ActionsThroughStubs, ApplyMasksRunTheirCallsInTableOrder) {
     settings.osd.TXT_EN = 1;
     apply_groups(c.mask, 0);
     EXPECT_EQ(stub_calls_text(root_, c.calls, 5000), c.calls);
-    std::lock_guard<std::mutex> hold(stream_lock);
+    MutexHold hold(stream_lock);
     EXPECT_EQ(settings.stream_restarted, c.stream_restarted);
   }
 }

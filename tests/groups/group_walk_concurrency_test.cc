@@ -3,11 +3,11 @@
 // the same group run again, and every lock is free afterwards.
 #include <gtest/gtest.h>
 
-#include <mutex>
 #include <thread>
 #include <vector>
 
 #include "groups/group_table.h"
+#include "platform/mutex.h"
 #include "settings/group_locks.h"
 
 namespace camrcd {
@@ -17,7 +17,7 @@ std::vector<GroupRow> rows;  // a real table's rows, their operations replaced
 std::vector<size_t> order;   // row indexes, as the operations ran
 bool locks_held = true;      // every row's locks were held during its operation
 
-bool held_elsewhere(std::mutex* lock) {
+bool held_elsewhere(Mutex* lock) {
   bool taken = false;
   std::thread([&] {
     if ((taken = lock->try_lock()))
@@ -29,7 +29,7 @@ bool held_elsewhere(std::mutex* lock) {
 template <size_t Index>
 void record() {
   order.push_back(Index);
-  for (std::mutex* lock : {rows[Index].first_lock, rows[Index].second_lock})
+  for (Mutex* lock : {rows[Index].first_lock, rows[Index].second_lock})
     locks_held = locks_held && (lock == nullptr || held_elsewhere(lock));
 }
 
@@ -65,7 +65,7 @@ TEST(GroupWalkConcurrency, RowOrderUnderTheRowLocks) {
     EXPECT_EQ(order, c.rows_run) << c.name;
     EXPECT_TRUE(locks_held) << c.name;
   }
-  for (std::mutex* lock : {&osd_lock, &title_lock, &mpeg_lock, &camcontrol1_lock})
+  for (Mutex* lock : {&osd_lock, &title_lock, &mpeg_lock, &camcontrol1_lock})
     EXPECT_FALSE(held_elsewhere(lock));
 }
 

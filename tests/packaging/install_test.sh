@@ -2,9 +2,11 @@
 # cmake --install into a fresh DESTDIR holds exactly the camera's files: the two
 # programs, their manual pages, the init script and the systemd unit, with the
 # configured daemon path in both start-up files, and the dissector camrcd.lua, and
-# nothing else (no test program, library or header). Wireshark loads the installed
-# dissector as a plugin, and on this machine (not in a cross build) the plugin folder
-# of the prefix /usr is the one Wireshark looks in.
+# nothing else (no test program, library or header). The daemon needs no shared
+# library but the C library's (a sanitizer build's its runtimes too): a camera image
+# need not carry the C++ runtime. Wireshark loads the installed dissector as a plugin,
+# and on this machine (not in a cross build) the plugin folder of the prefix /usr is
+# the one Wireshark looks in.
 # usage: install_test.sh BUILD_DIR PREFIX SYSCONFDIR UNIT_DIR PLUGIN_DIR MULTIARCH [EMULATOR]
 set -euo pipefail
 build=$1 prefix=$2 sysconfdir=$3 unitdir=$4 plugindir=$5 multiarch=$6 emulator=${7:-}
@@ -55,5 +57,11 @@ if [ -z "$emulator" ] && [[ $relative_plugindir != /* ]] && [ -n "$multiarch" ];
     echo "with the prefix /usr camrcd.lua goes to $usr_plugindir, Wireshark looks in $wireshark_dir"
     exit 1
   fi
+fi
+needed=$(readelf -d "$destdir$prefix/sbin/camrcd" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' |
+  grep -vE '^(libc\.so|ld-linux|libpthread\.so|lib(a|ub|t)san\.so)' || true)
+if [ -n "$needed" ]; then
+  echo "camrcd needs more than the C library: $needed"
+  exit 1
 fi
 echo "installed exactly the $(wc -l <<<"$expected") expected files; Wireshark loads camrcd.lua"
