@@ -22,6 +22,7 @@
 #include "auth/nonce.h"
 #include "auth/user_list.h"
 #include "platform/dev_root.h"
+#include "support/daemon_harness.h"
 
 namespace camrcd {
 namespace {
@@ -125,10 +126,8 @@ const Case kCases[] = {
 // Each case on a socket pair, the server in a thread, the list (when asked) below a
 // temporary root; the first case runs before the list is made.
 TEST(AuthExchangeTest, ServerThreadAnswersEachClient) {
-  char root[] = "/tmp/camrcd-exchange-XXXXXX";
-  ASSERT_NE(mkdtemp(root), nullptr);
-  ASSERT_TRUE(dev_root_init(root));
-  const std::string admin = std::string(root) + kWebRoot + "/admin";
+  const std::string root = make_dev_root({}), admin = root + kWebRoot + "/admin";
+  ASSERT_FALSE(root.empty());
   for (const Case& c : kCases) {
     SCOPED_TRACE(&c - kCases);
     if (c.list && std::filesystem::create_directories(admin))
@@ -171,8 +170,7 @@ TEST(AuthExchangeTest, ServerThreadAnswersEachClient) {
     close(pair[0]);
     close(pair[1]);
   }
-  std::filesystem::remove_all(root);
-  dev_root_init("");
+  remove_dev_root(root);
 }
 
 }  // namespace

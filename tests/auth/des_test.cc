@@ -16,17 +16,12 @@
 #include <thread>
 #include <vector>
 
+#include "support/daemon_harness.h"
+
 namespace camrcd {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-
-Bytes hex(const std::string& text) {
-  Bytes bytes;
-  for (size_t i = 0; i + 1 < text.size(); i += 2)
-    bytes.push_back(static_cast<uint8_t>(std::stoi(text.substr(i, 2), nullptr, 16)));
-  return bytes;
-}
 
 // des_crypt on a copy of `input`; an empty iv passes null, else receives the write-back.
 Bytes crypt(const Bytes& key, Bytes input, int direction, int mode, Bytes* iv) {
@@ -45,19 +40,19 @@ TEST(DesTest, KnownAnswers) {
       continue;
     SCOPED_TRACE(std::to_string(++count));  // the line number among the vectors
     int m = static_cast<int>(modes.find(mode) / 4);
-    Bytes k = hex(key), flipped = k, vector = iv == "-" ? Bytes() : hex(iv);
+    Bytes k = from_hex(key), flipped = k, vector = iv == "-" ? Bytes() : from_hex(iv);
     for (uint8_t& byte : flipped)
       byte ^= 1;  // parity bits play no part
     for (int direction : {kDesEncrypt, kDesDecrypt}) {
       const std::string tail = "0102030405";  // a partial block is left alone
-      Bytes in = hex((direction == kDesEncrypt ? plain : cipher) + tail);
-      Bytes out = hex((direction == kDesEncrypt ? cipher : plain) + tail);
+      Bytes in = from_hex((direction == kDesEncrypt ? plain : cipher) + tail);
+      Bytes out = from_hex((direction == kDesEncrypt ? cipher : plain) + tail);
       Bytes chain = vector;
       EXPECT_EQ(crypt(flipped, in, direction, m, &chain), out);
       // The chain continues through the written-back vector; another key's call between.
       chain = vector;
       Bytes both = crypt(k, Bytes(in.begin(), in.begin() + 8), direction, m, &chain);
-      crypt(hex("133457799bbcdff1"), in, !direction, kDesCbc, nullptr);
+      crypt(from_hex("133457799bbcdff1"), in, !direction, kDesCbc, nullptr);
       Bytes rest = crypt(k, Bytes(in.begin() + 8, in.end()), direction, m, &chain);
       both.insert(both.end(), rest.begin(), rest.end());
       EXPECT_EQ(both, out);

@@ -4,10 +4,8 @@
 // their arguments, the local notices on 127.0.0.1:1630 byte for byte, bad files and
 // selectors. Then presets stored by one connection while another reads them. The
 // scripted test listens on the notice port: ctest runs it under the lock notice_port.
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
-#include <stdio.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -24,7 +22,6 @@
 #include <vector>
 
 #include "client/client_request.h"
-#include "platform/dev_root.h"
 #include "support/daemon_harness.h"
 
 namespace camrcd {
@@ -35,10 +32,7 @@ constexpr uint16_t kNoticePort = 1630;
 // A block line's text with its escapes: \xNN a byte, {N*TEXT} TEXT N times (\n in
 // TEXT a line feed), {root} the sandbox root.
 std::string expand(std::string text, const std::string& root) {
-  for (size_t x = text.find("\\x"); x != std::string::npos; x = text.find("\\x", x + 1))
-    text.replace(x, 4, 1, static_cast<char>(std::stoi(text.substr(x + 2, 2), nullptr, 16)));
-  for (size_t at = text.find("{root}"); at != std::string::npos; at = text.find("{root}", at))
-    text.replace(at, 6, root);
+  text = expand_escapes(text, root);
   for (size_t at = text.find('{'); at != std::string::npos; at = text.find('{', at + 1)) {
     size_t star = text.find('*', at), close = text.find('}', at);
     if (star == std::string::npos || close == std::string::npos || star > close)
@@ -52,16 +46,6 @@ std::string expand(std::string text, const std::string& root) {
     at += repeated.size() - 1;
   }
   return text;
-}
-
-std::string hex(const uint8_t* bytes, size_t size) {
-  std::string digits;
-  for (size_t i = 0; i < size; ++i) {
-    char pair[3];
-    snprintf(pair, sizeof pair, "%02x", bytes[i]);
-    digits += pair;
-  }
-  return digits;
 }
 
 // A UDP socket bound to the notice port, or -1.
@@ -79,7 +63,7 @@ std::vector<std::string> drain(int listener) {
   std::vector<std::string> notices;
   uint8_t bytes[64];
   for (ssize_t size; (size = recv(listener, bytes, sizeof bytes, MSG_DONTWAIT)) >= 0;)
-    notices.push_back(hex(bytes, static_cast<size_t>(size)));
+    notices.push_back(to_hex(bytes, static_cast<size_t>(size)));
   return notices;
 }
 
@@ -175,12 +159,7 @@ TEST(EndToEndPtzCamera, ScriptedCasesWithTheNoticePort) {
   int cases = 0;
   for (int number = 1; std::getline(data, line); ++number) {
     std::vector<std::string> lines;  // the block's lines, escapes not yet expanded
-    std::string block;
-    for (std::string more; (data.peek() == '|' || data.peek() == '~') && std::getline(data, more);
-         ++number) {
-      lines.push_back(more.substr(1));
-      block += more.substr(1) + (more[0] == '|' ? "\n" : "");
-    }
+    std::string block = read_block(data, &number, &lines);
     SCOPED_TRACE(name + ", line " + std::to_string(number));
     std::istringstream words(line);
     std::string directive, argument;
@@ -217,9 +196,9 @@ TEST(EndToEndPtzCamera, ScriptedCasesWithTheNoticePort) {
            {std::pair<std::string, int>{"{port}", port}, {"{connect}", port - 1}}) {
         const uint8_t little_endian[2] = {static_cast<uint8_t>(value),
                                           static_cast<uint8_t>(value >> 8)};
-        argument.replace(argument.find(name), name.size(), hex(little_endian, 2));
+        argument.replace(argument.find(name), name.size(), to_hex(little_endian, 2));
       }
-      EXPECT_EQ(hex(run.reply.bytes, run.reply.length), argument);
+      EXPECT_EQ(to_hex(run.reply.bytes, run.reply.length), argument);
     } else if (directive == "file") {
       std::string how = argument.substr(file.size());
       bool exists = std::filesystem::is_regular_file(run.path(file));

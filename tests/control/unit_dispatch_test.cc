@@ -23,6 +23,7 @@
 #include "control/replies.h"
 #include "protocol/wire_format.h"
 #include "settings/settings_record.h"
+#include "support/daemon_harness.h"
 
 namespace camrcd {
 namespace {
@@ -39,14 +40,7 @@ TEST(FieldCopies, NumberRules) {
     int32_t* word;
     int before, after, cbr;  // cbr: mpeg_cbr_code before the copy
   } cases[] = {
-      {"selector 0 taken",
-       MessageId::kAlarmLinkWrite,
-       {{8, 2}},
-       &s.current_alarmin,
-       nullptr,
-       3,
-       0,
-       0},
+      {"selector 0", MessageId::kAlarmLinkWrite, {{8, 2}}, &s.current_alarmin, nullptr, 3, 0, 0},
       {"md2 area 0 taken", MessageId::kMotionWrite, {{4, 1}}, &s.current_md, nullptr, 5, 0, 0},
       {"code 0", MessageId::kMpegWrite, {{8, 9}}, nullptr, &s.mpeg.mpeg_bitrate, 1234, 1234, 0},
       {"stream", MessageId::kStreamWrite, {{7, 2}, {9, 1}}, nullptr, &s.mpeg.mpeg_bitrate, 5, 1, 1},
@@ -197,8 +191,7 @@ TEST(Replies, MatchRecordedBytes) {
     strcpy(settings.title.camera_title, "cam");  // a short text is padded with zeros
     std::vector<uint8_t> buffer(kConnectionBufferSize, kUnwritten);
     ASSERT_EQ(build_reply(b->second, buffer.data(), 0), length);
-    for (size_t i = 0; i < hex.size(); i += 2)
-      EXPECT_EQ(buffer[i / 2], std::stoi(hex.substr(i, 2), nullptr, 16)) << "byte " << i / 2;
+    EXPECT_EQ(to_hex(buffer.data(), hex.size() / 2), hex);
     EXPECT_EQ(std::count(buffer.begin(), buffer.begin() + length, kUnwritten), 0);
     EXPECT_EQ(buffer[length], kUnwritten);
     EXPECT_TRUE(length == kReplyHeaderSize ||

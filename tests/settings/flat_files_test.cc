@@ -2,7 +2,6 @@
 // data/file_cases.txt (round trips, conversions, product, MAC and port files) and the
 // motion block map. Readers on any text: fuzz/flat_files_fuzz.cc.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
 
@@ -21,6 +20,7 @@
 #include "settings/camera_control_files.h"
 #include "settings/product_identity.h"
 #include "settings/settings_record.h"
+#include "support/daemon_harness.h"
 
 namespace camrcd {
 namespace {
@@ -28,30 +28,18 @@ namespace {
 class FlatFilesTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/camrcd_settings_XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    root_ = pattern;
-    for (std::string folder :
-         {kWebRoot + std::string("/admin"), kWebRoot + std::string("/kelda2"), std::string("/tmp")})
-      std::filesystem::create_directories(root_ + folder);
-    ASSERT_TRUE(dev_root_init(root_.c_str()));
+    root_ = make_dev_root(
+        {kWebRoot + std::string("/admin"), kWebRoot + std::string("/kelda2"), "/tmp"});
+    ASSERT_FALSE(root_.empty());
     memset(&settings, 0, sizeof settings);
   }
-  void TearDown() override {
-    dev_root_init("");
-    std::filesystem::remove_all(root_);
-  }
+  void TearDown() override { remove_dev_root(root_); }
   std::string full_path(const std::string& path) const {
     return path[0] == '/' ? root_ + path : root_ + kWebRoot + "/" + path;
   }
-  void put_file(const std::string& path, const std::string& text) {
-    std::ofstream(full_path(path), std::ios::binary) << text;
-  }
   std::string file_text(const std::string& path) const {
-    std::ifstream in(full_path(path), std::ios::binary);
-    std::ostringstream bytes;
-    bytes << in.rdbuf();
-    return in ? bytes.str() : "<missing>";
+    bool exists = std::filesystem::is_regular_file(full_path(path));
+    return exists ? read_file(full_path(path)) : "<missing>";
   }
   std::string root_;
 };
@@ -128,15 +116,9 @@ TEST_F(FlatFilesTest, ScriptedCases) {
   for (int number = 1; std::getline(script, line); ++number) {
     SCOPED_TRACE(name + ", line " + std::to_string(number));
     std::istringstream words(line);
-    std::string directive, argument, word, block;
+    std::string directive, argument, word;
     words >> directive >> argument;
-    for (std::string more;
-         (script.peek() == '|' || script.peek() == '~') && std::getline(script, more); ++number)
-      block += more.substr(1) + (more[0] == '|' ? "\n" : "");
-    for (size_t x = block.find("\\x"); x != std::string::npos; x = block.find("\\x", x + 1))
-      block.replace(x, 4, 1, static_cast<char>(std::stoi(block.substr(x + 2, 2), nullptr, 16)));
-    for (size_t x = block.find("{root}"); x != std::string::npos; x = block.find("{root}", x))
-      block.replace(x, 6, root_);
+    std::string block = expand_escapes(read_block(script, &number), root_);
     if (directive == "case") {
       TearDown();
       SetUp();
@@ -144,7 +126,7 @@ TEST_F(FlatFilesTest, ScriptedCases) {
       printed.clear();
       ++cases;
     } else if (directive == "put") {
-      put_file(argument, put[argument] = block);
+      write_text_file(full_path(argument), put[argument] = block);
     } else if (directive == "load" || directive == "save") {
       run(directive, argument);
     } else if (directive == "set" || directive == "expect") {

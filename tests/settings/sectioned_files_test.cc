@@ -3,11 +3,8 @@
 // outside its group and leaves its texts terminated. What a save keeps of such text is
 // the sectioned-file fuzz target's check.
 #include <gtest/gtest.h>
-#include <stdio.h>
 #include <string.h>
-#include <sys/stat.h>
 
-#include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
@@ -28,18 +25,11 @@ namespace {
 class SectionedFilesTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/camrcd_sectioned_XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    root_ = pattern;
-    std::filesystem::create_directories(root_ + kWebRoot + "/kelda2/md");
-    std::filesystem::create_directories(root_ + "/tmp");
-    ASSERT_TRUE(dev_root_init(root_.c_str()));
+    root_ = make_dev_root({kWebRoot + std::string("/kelda2/md"), "/tmp"});
+    ASSERT_FALSE(root_.empty());
     settings = SettingsRecord{};
   }
-  void TearDown() override {
-    dev_root_init("");
-    std::filesystem::remove_all(root_);
-  }
+  void TearDown() override { remove_dev_root(root_); }
   std::string web(const std::string& relative) const { return root_ + kWebRoot + "/" + relative; }
   std::string root_;
 };
@@ -86,35 +76,25 @@ struct Group {
 
 TEST_F(SectionedFilesTest, RandomTextLoadsOnlyIntoItsGroup) {
   SettingsRecord& s = settings;
+#define F(field) \
+  { &s.field, sizeof s.field }
   const Group groups[] = {
-      {"kelda2/env_autorun.ls",
-       kAutorunFile,
-       0,
-       {{&s.autopan, sizeof s.autopan}, {&s.poa, sizeof s.poa}, {&s.autorun, sizeof s.autorun}}},
+      {"kelda2/env_autorun.ls", kAutorunFile, 0, {F(autopan), F(poa), F(autorun)}},
       {"kelda2/env_preset2.ls",
        kPresetFile,
        0x002,
-       {{&s.home, 1}, {&s.md_first, 1}, {&s.presetmax, 1}, {&s.preset, sizeof s.preset}}},
+       {F(home), F(md_first), F(presetmax), F(preset)}},
       {"kelda2/env_alarm2.ls",
        kAlarmLinkFile,
        0x080,
-       {{&s.alin_allen, 1},
-        {&s.alout_allen, 1},
-        {&s.alin_max, 1},
-        {&s.alout_max, 1},
-        {&s.alarmin, sizeof s.alarmin},
-        {&s.alarmout, sizeof s.alarmout}}},
+       {F(alin_allen), F(alout_allen), F(alin_max), F(alout_max), F(alarmin), F(alarmout)}},
       {"kelda2/env_md2.ls",
        kMdAreaFile,
        0x400,
-       {{&s.motion_block_map, sizeof s.motion_block_map},
-        {&s.motion_map_valid, 1},
-        {&s.motion_flags, 1},
-        {&s.motion_map_length, sizeof s.motion_map_length},
-        {&s.md_max, 1},
-        {&s.manual, sizeof s.manual},
-        {&s.md, sizeof s.md}}},
+       {F(motion_block_map), F(motion_map_valid), F(motion_flags), F(motion_map_length), F(md_max),
+        F(manual), F(md)}},
   };
+#undef F
   const uint8_t kSelectors[] = {0, 1, 255, 100, 10};
   std::mt19937 random(2026);
   for (const Group& group : groups) {

@@ -24,7 +24,6 @@
 #include "client/client_login.h"
 #include "client/client_socket.h"
 #include "platform/dev_root.h"
-#include "platform/shell_word.h"
 
 extern char** environ;
 
@@ -43,6 +42,56 @@ std::vector<std::string> split(const std::string& text, const std::string& separ
     parts.push_back(text.substr(at, end - at));
   }
   return parts;
+}
+
+std::string to_hex(const uint8_t* bytes, size_t size) {
+  std::string digits;
+  for (size_t i = 0; i < size; ++i)
+    digits += {"0123456789abcdef"[bytes[i] >> 4], "0123456789abcdef"[bytes[i] & 15]};
+  return digits;
+}
+
+std::vector<uint8_t> from_hex(const std::string& digits) {
+  std::vector<uint8_t> bytes;
+  for (size_t i = 0; i + 1 < digits.size(); i += 2)
+    bytes.push_back(static_cast<uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
+  return bytes;
+}
+
+std::string read_block(std::istream& in, int* number, std::vector<std::string>* lines) {
+  std::string block;
+  for (std::string line; (in.peek() == '|' || in.peek() == '~') && std::getline(in, line);) {
+    ++*number;
+    block += line.substr(1) + (line[0] == '|' ? "\n" : "");
+    if (lines != nullptr)
+      lines->push_back(line.substr(1));
+  }
+  return block;
+}
+
+std::string expand_escapes(std::string text, const std::string& root) {
+  for (size_t x = text.find("\\x"); x != std::string::npos; x = text.find("\\x", x + 1))
+    text.replace(x, 4, 1, static_cast<char>(std::stoi(text.substr(x + 2, 2), nullptr, 16)));
+  for (size_t at = text.find("{root}"); at != std::string::npos; at = text.find("{root}", at))
+    text.replace(at, 6, root);
+  return text;
+}
+
+std::string make_dev_root(const std::vector<std::string>& folders) {
+  char pattern[] = "/tmp/camrcd-root-XXXXXX";
+  if (mkdtemp(pattern) == nullptr)
+    return "";
+  std::error_code error;
+  for (const std::string& folder : folders)
+    std::filesystem::create_directories(pattern + folder, error);
+  return !error && dev_root_init(pattern) ? pattern : "";
+}
+
+void remove_dev_root(const std::string& root) {
+  dev_root_init("");
+  std::error_code ignored;
+  if (!root.empty())
+    std::filesystem::remove_all(root, ignored);
 }
 
 namespace {
@@ -109,24 +158,27 @@ pid_t spawn_process(std::vector<std::string> argv, const std::string& out, const
   return failed == 0 ? pid : -1;
 }
 
+int run_process(const std::vector<std::string>& argv, const std::string& out,
+                const std::string& err) {
+  int status = -1;
+  pid_t child = spawn_process(argv, out, err);
+  return child >= 0 && waitpid(child, &status, 0) == child && WIFEXITED(status)
+             ? WEXITSTATUS(status)
+             : -1;
+}
+
 CamrcRun run_camrc(uint16_t port, const std::vector<std::string>& args,
                    const std::vector<std::string>& login) {
   std::vector<std::string> all = target_command(CAMRCD_BINARY_DIR "/camrc");
   if (all.empty())
     return {-1, "", "camrc is not built for the machine these tests run on"};
+  all.insert(all.begin(), "/usr/bin/env");  // finds an emulator named without a path
   all.insert(all.end(), {"--port", std::to_string(port)});
   if (!login.empty())
     all.insert(all.end(), {"--user", login[0], "--password", login[1]});
   all.insert(all.end(), args.begin(), args.end());
   std::string base = "/tmp/camrc-run-" + std::to_string(getpid());
-  std::string command;
-  for (const std::string& arg : all) {
-    char word[1024];
-    shell_word(word, sizeof word, arg.c_str());
-    command += std::string(command.empty() ? "" : " ") + word;
-  }
-  int status = system((command + " >" + base + ".out 2>" + base + ".err").c_str());
-  CamrcRun run{WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(base + ".out"),
+  CamrcRun run{run_process(all, base + ".out", base + ".err"), read_file(base + ".out"),
                read_file(base + ".err")};
   unlink((base + ".out").c_str());
   unlink((base + ".err").c_str());
@@ -220,12 +272,10 @@ bool DaemonHarness::launch(const DaemonOptions& options) {
     error_ = "camrcd or camstub is not built for the machine these tests run on";
     return false;
   }
-  pid_t child = spawn_process(
-      {"/bin/bash", CAMRCD_SOURCE_DIR "/tools/make-sandbox", root_, "--type",
-       std::to_string(options.camera_type), "--port", std::to_string(port_), "--camstub", stub},
-      log, log + ".err");
-  int status = 0;
-  if (child < 0 || waitpid(child, &status, 0) != child || status != 0) {
+  if (run_process(
+          {"/bin/bash", CAMRCD_SOURCE_DIR "/tools/make-sandbox", root_, "--type",
+           std::to_string(options.camera_type), "--port", std::to_string(port_), "--camstub", stub},
+          log, log + ".err") != 0) {
     error_ = "make-sandbox failed: " + read_file(log + ".err");
     return false;
   }
@@ -291,12 +341,6 @@ bool DaemonHarness::wait_for_exit(int timeout_ms, int* status) {
     return false;
   pid_ = -1;
   return true;
-}
-
-int DaemonHarness::open_descriptor_count() const {
-  std::error_code error;
-  std::filesystem::directory_iterator entries("/proc/" + std::to_string(pid_) + "/fd", error);
-  return pid_ < 0 || error ? -1 : static_cast<int>(std::distance(entries, {}));
 }
 
 int DaemonHarness::connect_client() const {
@@ -399,13 +443,12 @@ bool send_in_pieces(int socket, const uint8_t* data, size_t length,
   return at == length || client_send(socket, data + at, length - at) == 0;
 }
 
-size_t ended_connections(const DaemonHarness& daemon) {
-  return daemon.count_in_output("Failed to Authentication. Close") +
-         daemon.count_in_output("==Finish User Count =");
-}
-
 bool wait_for_ended(const DaemonHarness& daemon, size_t count, int timeout_ms) {
-  return wait_until(timeout_ms, [&] { return ended_connections(daemon) >= count; });
+  return wait_until(timeout_ms, [&] {
+    return daemon.count_in_output("Failed to Authentication. Close") +
+               daemon.count_in_output("==Finish User Count =") >=
+           count;
+  });
 }
 
 bool install_stub(const std::string& path) {

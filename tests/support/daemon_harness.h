@@ -10,6 +10,7 @@
 #include <sys/types.h>
 
 #include <functional>
+#include <istream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -58,9 +59,6 @@ class DaemonHarness {
   // Waits for the daemon to end; true with its wait status when it did in time.
   bool wait_for_exit(int timeout_ms, int* status);
 
-  // Entries of /proc/PID/fd, or -1 when they cannot be read.
-  int open_descriptor_count() const;
-
   // A connection whose greeting has been read, and one logged in as user; -1 on
   // failure. The caller closes them.
   int connect_client() const;
@@ -86,6 +84,9 @@ uint16_t free_tcp_port();
 // Starts argv[0] (a path) with stdin from /dev/null, stdout and stderr into the two
 // files and no other descriptor. Its pid, or -1.
 pid_t spawn_process(std::vector<std::string> argv, const std::string& out, const std::string& err);
+// Runs it to its end: its exit status, or -1 when it did not exit normally.
+int run_process(const std::vector<std::string>& argv, const std::string& out,
+                const std::string& err);
 
 // Milliseconds of a monotonic clock.
 int64_t monotonic_ms();
@@ -98,6 +99,21 @@ bool wait_until(int timeout_ms, const std::function<bool()>& done);
 bool write_text_file(const std::string& path, const std::string& text);
 std::string read_file(const std::string& path);
 std::vector<std::string> split(const std::string& text, const std::string& separator);
+
+// Bytes as lower-case hex digits, and back.
+std::string to_hex(const uint8_t* bytes, size_t size);
+std::vector<uint8_t> from_hex(const std::string& digits);
+
+// The block after a directive line of a data file: the lines that follow, each marked
+// '|' (ends with a line feed) or '~' (joins the next); *number counts them, and lines
+// receives their texts without the mark. Then its escapes: \xNN a byte, {root} root.
+std::string read_block(std::istream& in, int* number, std::vector<std::string>* lines = nullptr);
+std::string expand_escapes(std::string text, const std::string& root);
+
+// A fresh temporary development root (dev_root_init) holding the folders, named from
+// its top ("/tmp"); "" on failure. remove_dev_root resets the root and removes it.
+std::string make_dev_root(const std::vector<std::string>& folders);
+void remove_dev_root(const std::string& root);
 
 // A device information request served (a reply 0x01 with a good trailer), and a close
 // request served (exactly the close reply, then the server closed the connection).
@@ -122,9 +138,8 @@ int32_t request_info(int socket, Reply* reply);
 bool send_in_pieces(int socket, const uint8_t* data, size_t length,
                     const std::vector<size_t>& pieces, int pause_ms);
 
-// Connections the daemon has finished with (failed logins plus close sequences), and a
-// wait until they reach count.
-size_t ended_connections(const DaemonHarness& daemon);
+// Waits until the daemon has finished with count connections (failed logins plus close
+// sequences).
 bool wait_for_ended(const DaemonHarness& daemon, size_t count, int timeout_ms = kDaemonWaitMs);
 
 // The stub camera program's logs in a root (tools/camstub.cc): stub.log holds one call

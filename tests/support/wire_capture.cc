@@ -3,9 +3,7 @@
 // reader.
 #include "support/wire_capture.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <poll.h>
 #include <stdio.h>
 #include <string.h>
@@ -15,26 +13,13 @@
 #include <algorithm>
 #include <fstream>
 
+#include "client/client_socket.h"
 #include "platform/shell_word.h"
 #include "support/daemon_harness.h"
 
 namespace camrcd {
 
 namespace {
-
-int connect_loopback(uint16_t port) {
-  int socket_fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address = {};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  if (socket_fd >= 0 &&
-      connect(socket_fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-    close(socket_fd);
-    return -1;
-  }
-  return socket_fd;
-}
 
 struct Pair {
   int connection;
@@ -88,7 +73,7 @@ void WireRelay::run() {
     size_t watched = pairs.size();  // a pair accepted now is watched from the next round
     if (watch[1].revents & POLLIN) {
       int client = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-      int server = client >= 0 ? connect_loopback(target_port_) : -1;
+      int server = client >= 0 ? client_connect("127.0.0.1", target_port_) : -1;
       if (server >= 0)
         pairs.push_back({next_connection++, client, server});
       else if (client >= 0)
@@ -181,25 +166,16 @@ void put_packet(Bytes* out, uint32_t number, uint16_t client_port, uint16_t serv
   out->insert(out->end(), packet.begin(), packet.end());
 }
 
-std::string xml_unescaped(const std::string& text) {
+std::string xml_unescaped(std::string text) {
   static const std::pair<const char*, char> kEntities[] = {
       {"&quot;", '"'}, {"&apos;", '\''}, {"&lt;", '<'}, {"&gt;", '>'}, {"&amp;", '&'}};
-  std::string out;
-  for (size_t i = 0; i < text.size();) {
-    bool replaced = false;
-    for (const auto& entity : kEntities) {
-      size_t length = strlen(entity.first);
-      if (text.compare(i, length, entity.first) == 0) {
-        out += entity.second;
-        i += length;
-        replaced = true;
-        break;
-      }
+  for (size_t at = text.find('&'); at != std::string::npos; at = text.find('&', at + 1)) {
+    for (const auto& [entity, letter] : kEntities) {
+      if (text.compare(at, strlen(entity), entity) == 0)
+        text.replace(at, strlen(entity), 1, letter);
     }
-    if (!replaced)
-      out += text[i++];
   }
-  return out;
+  return text;
 }
 
 // The value of attribute `name` in a PDML element, "" when it has none.

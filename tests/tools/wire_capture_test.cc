@@ -38,9 +38,8 @@ std::string capture_path(const char* name) {
 // camrc prints control characters of a text as \xNN, and a text from a file line
 // without its line end.
 std::string printed_text(const std::string& raw_hex) {
-  std::string text;
-  for (size_t i = 0; i + 1 < raw_hex.size() && raw_hex.compare(i, 2, "00") != 0; i += 2)
-    text += static_cast<char>(std::stoi(raw_hex.substr(i, 2), nullptr, 16));
+  std::vector<uint8_t> bytes = from_hex(raw_hex);
+  std::string text(bytes.begin(), std::find(bytes.begin(), bytes.end(), 0));
   if (!text.empty() && (text.back() == '\n' || text.back() == '\r'))
     text.pop_back();
   std::string out;
@@ -125,13 +124,8 @@ void write_exchange(const std::vector<Segment>& segments, std::vector<int> conne
     for (const Segment& segment : segments) {
       if (segment.connection != connection)
         continue;
-      out << (segment.to_server ? "client " : "server ");
-      for (uint8_t byte : segment.bytes) {
-        char digits[3];
-        snprintf(digits, sizeof digits, "%02x", byte);
-        out << digits;
-      }
-      out << "\n";
+      out << (segment.to_server ? "client " : "server ")
+          << to_hex(segment.bytes.data(), segment.bytes.size()) << "\n";
     }
   }
 }

@@ -2,7 +2,6 @@
 // prints: the reference docs/protocol.md (from the tables and the recorded exchange)
 // and the dissector build/camrcd.lua.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <string>
@@ -21,9 +20,8 @@ std::string wiregen(const std::vector<std::string>& arguments) {
   std::string out = "/tmp/camrcd-wiregen-" + std::to_string(getpid());
   argv.insert(argv.end(), arguments.begin(), arguments.end());
   argv.push_back(out);
-  int status = -1;
-  pid_t child = spawn_process(argv, "/dev/null", out + ".err");
-  if (child < 0 || waitpid(child, &status, 0) != child || status != 0)
+  int status = run_process(argv, "/dev/null", out + ".err");
+  if (status != 0)
     ADD_FAILURE() << read_file(out + ".err");
   std::string text = status == 0 ? read_file(out) : "";
   unlink(out.c_str());
