@@ -124,7 +124,7 @@ const Case kCases[] = {
 };
 
 // Each case on a socket pair, the server in a thread, the list (when asked) below a
-// temporary root; the first case runs before the list is made.
+// temporary root; the first case runs before the list is made, and prints so.
 TEST(AuthExchangeTest, ServerThreadAnswersEachClient) {
   const std::string root = make_dev_root({}), admin = root + kWebRoot + "/admin";
   ASSERT_FALSE(root.empty());
@@ -138,6 +138,7 @@ TEST(AuthExchangeTest, ServerThreadAnswersEachClient) {
     timeval limit = {2, 0};
     setsockopt(pair[0], SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     int result = 1;
+    testing::internal::CaptureStdout();
     std::thread server([&] { result = authenticate_client(pair[1]); });
     if (c.name != nullptr) {
       Bytes opening = head(0xA5, 0xA5A5, 0xA5, 0xF4338211);  // a head not to be examined
@@ -163,6 +164,8 @@ TEST(AuthExchangeTest, ServerThreadAnswersEachClient) {
     }
     shutdown(pair[0], SHUT_WR);
     server.join();
+    std::string printed = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(printed.find("fopen() failed - /admin/user_list.lst\n") == 0, !c.list) << printed;
     shutdown(pair[1], SHUT_WR);
     char extra;
     EXPECT_EQ(recv(pair[0], &extra, 1, 0), 0);  // nothing more was sent

@@ -5,7 +5,6 @@
 // selectors. Then presets stored by one connection while another reads them. The
 // scripted test listens on the notice port: ctest runs it under the lock notice_port.
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -27,8 +26,6 @@
 namespace camrcd {
 namespace {
 
-constexpr uint16_t kNoticePort = 1630;
-
 // A block line's text with its escapes: \xNN a byte, {N*TEXT} TEXT N times (\n in
 // TEXT a line feed), {root} the sandbox root.
 std::string expand(std::string text, const std::string& root) {
@@ -46,16 +43,6 @@ std::string expand(std::string text, const std::string& root) {
     at += repeated.size() - 1;
   }
   return text;
-}
-
-// A UDP socket bound to the notice port, or -1.
-int bind_notice_port() {
-  int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address = {AF_INET, htons(kNoticePort), {htonl(INADDR_LOOPBACK)}, {}};
-  if (bind(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0)
-    return descriptor;
-  close(descriptor);
-  return -1;
 }
 
 // Every notice waiting now, in hex.
@@ -103,9 +90,7 @@ struct Script {
   }
   void start_case() {
     end_case();
-    DaemonOptions options;
-    options.camera_type = 2;
-    daemon = std::make_unique<DaemonHarness>(options);
+    daemon = std::make_unique<DaemonHarness>(DaemonOptions{2});
     ASSERT_TRUE(daemon->ok()) << daemon->error();
     socket = daemon->login_client();
     ASSERT_GE(socket, 0);
@@ -152,7 +137,7 @@ struct Script {
 TEST(EndToEndPtzCamera, ScriptedCasesWithTheNoticePort) {
   Script run;
   run.listener = bind_notice_port();
-  ASSERT_GE(run.listener, 0) << "UDP 127.0.0.1:" << kNoticePort
+  ASSERT_GE(run.listener, 0) << "UDP 127.0.0.1:1630"
                              << " is held by another process; this test needs it";
   std::ifstream data(CAMRCD_SOURCE_DIR "/tests/control/data/ptz_cases.txt");
   std::string line, name;
@@ -240,9 +225,7 @@ TEST(EndToEndPtzCamera, ScriptedCasesWithTheNoticePort) {
 // reply must name the preset it was asked for, with that preset's stored fields (its
 // number as dwell and group, "p" and its number as name, read back with its line end).
 TEST(EndToEndPtzConcurrency, PresetRepliesNameTheReadPresetWhileAnotherConnectionStores) {
-  DaemonOptions options;
-  options.camera_type = 2;
-  DaemonHarness daemon(options);
+  DaemonHarness daemon(DaemonOptions{2});
   ASSERT_TRUE(daemon.ok()) << daemon.error();
   int writer = daemon.login_client();
   int reader = daemon.login_client();

@@ -1,6 +1,6 @@
 // Request handling rules the end-to-end writes do not reach: field copies (selectors
 // taken even when 0, the MPEG bitrate under a rate-control code other than 2, the text
-// rules), video resolution acceptance, the reload bit set, motion payloads of every
+// rules), the reload bit set, motion payloads of every
 // declared length (the connection must stay in step with the client's bytes), and the
 // reply builders against recorded replies (data/replies.txt: builder, device type,
 // areas valid, map valid, length, the first bytes in hex; every record byte holds its
@@ -85,16 +85,6 @@ TEST(FieldCopies, TextRules) {
     EXPECT_EQ(std::string(c.field, strnlen(c.field, size)), c.after);
     for (size_t i = c.after.size(); c.after != kOld && i < size; ++i)
       EXPECT_EQ(c.field[i], 0) << i;
-  }
-}
-
-TEST(Dispatch, VideoResolutionOneToThreeAndChanged) {
-  for (int requested : {0, 1, 2, 3, 4, 255}) {
-    for (int current : {0, 1, 2, 3, 4}) {
-      bool known = requested >= 1 && requested <= 3 && current >= 1 && current <= 3;
-      EXPECT_EQ(video_resolution_accepted(requested, current), known && requested != current)
-          << requested << " over " << current;
-    }
   }
 }
 

@@ -54,7 +54,6 @@ struct Field {
 #define FIELD(f) {#f, &settings.f, sizeof settings.f, \
                   std::is_same<decltype(settings.f), char[sizeof settings.f]>::value}
 const Field kFields[] = {
-    FIELD(mpeg.enable), FIELD(jpeg.src), FIELD(osd.TXT_STR), FIELD(alarm.IN_NAME),
     FIELD(video.VIDEO_TYPE), FIELD(video.video_resolution), FIELD(mpeg.mpeg_enable_code),
     FIELD(mpeg.mpeg_gop), FIELD(mpeg.mpeg_cbr_code), FIELD(mpeg.mpeg_rate),
     FIELD(mpeg.mpeg_bitrate), FIELD(mpeg.priority), FIELD(jpeg.jpeg_enable_code),
@@ -72,8 +71,8 @@ const Field kFields[] = {
     FIELD(network.mac_address[0]), FIELD(network.mac_address[1]), FIELD(network.mac_address[2]),
     FIELD(network.mac_address[3]), FIELD(network.mac_address[4]), FIELD(network.mac_address[5]),
     FIELD(network.WEBSERVERPORT), FIELD(network.CONNECT_PORT), FIELD(control_port),
-    FIELD(device_type), FIELD(motion_map_valid), FIELD(motion_block_map[0]),
-    FIELD(motion_block_map[99]), FIELD(motion_block_map[100]), FIELD(motion_block_map[4800]),
+    FIELD(device_type), FIELD(motion_block_map[0]), FIELD(motion_block_map[99]),
+    FIELD(motion_block_map[100]), FIELD(motion_block_map[4800]),
 };
 // clang-format on
 

@@ -223,6 +223,15 @@ int listening_socket(uint16_t* port) {
   return -1;
 }
 
+int bind_notice_port() {
+  int socket_fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address = {AF_INET, htons(1630), {htonl(INADDR_LOOPBACK)}, {}};
+  if (bind(socket_fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0)
+    return socket_fd;
+  close(socket_fd);
+  return -1;
+}
+
 uint16_t free_tcp_port() {
   uint16_t port = 0;
   close(listening_socket(&port));
@@ -494,18 +503,6 @@ std::string stub_calls_text(const std::string& root, const std::string& expected
       text += " " + arg;
   }
   return text;
-}
-
-std::vector<StubDescriptors> read_stub_descriptors(const std::string& root) {
-  std::vector<StubDescriptors> result;
-  for (const std::string& line : read_lines(root + "/stub-fds.log")) {
-    std::istringstream words(line);
-    result.emplace_back();
-    words >> result.back().program;
-    for (int descriptor; words >> descriptor;)
-      result.back().descriptors.push_back(descriptor);
-  }
-  return result;
 }
 
 void clear_stub_logs(const std::string& root) {

@@ -23,7 +23,8 @@ inline constexpr int kDaemonStartMs = 5000;
 inline constexpr int kDaemonWaitMs = 3000;
 
 struct DaemonOptions {
-  int camera_type = 1;
+  explicit DaemonOptions(int type = 1) : camera_type(type) {}
+  int camera_type;
   uint16_t port = 0;                   // where the daemon is to listen; 0 picks a free port
   bool port_file = true;               // false: no admin/stream_port_ch1.ls (port 9001)
   std::vector<std::string> arguments;  // after the program name
@@ -80,6 +81,9 @@ class DaemonHarness {
 // SO_REUSEADDR; -1 when the port is taken. A TCP port on which nothing listens now.
 int listening_socket(uint16_t* port);
 uint16_t free_tcp_port();
+// A UDP socket bound to 127.0.0.1:1630, where a pan/tilt daemon sends its local
+// notices; -1 when another process holds the port.
+int bind_notice_port();
 
 // Starts argv[0] (a path) with stdin from /dev/null, stdout and stderr into the two
 // files and no other descriptor. Its pid, or -1.
@@ -152,12 +156,6 @@ struct StubCall {
   std::vector<std::string> args;
 };
 
-// One stub-fds.log line: the program and the descriptors it had open, ascending.
-struct StubDescriptors {
-  std::string program;
-  std::vector<int> descriptors;
-};
-
 // One run of the built camrc: its exit status (-1 when it did not exit normally) and
 // its output.
 struct CamrcRun {
@@ -187,9 +185,6 @@ std::vector<StubCall> read_stub_calls(const std::string& root);
 // Polls root/stub.log until it holds at least count calls or timeout_ms passed
 // (for programs started in the background); returns what it holds then.
 std::vector<StubCall> wait_for_stub_calls(const std::string& root, size_t count, int timeout_ms);
-
-// All lines of root/stub-fds.log in file order.
-std::vector<StubDescriptors> read_stub_descriptors(const std::string& root);
 
 // The calls as "program arg ...; program ...", once as many as expected ran.
 std::string stub_calls_text(const std::string& root, const std::string& expected,

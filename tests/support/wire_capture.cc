@@ -5,7 +5,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -14,7 +14,6 @@
 #include <fstream>
 
 #include "client/client_socket.h"
-#include "platform/shell_word.h"
 #include "support/daemon_harness.h"
 
 namespace camrcd {
@@ -224,25 +223,14 @@ bool dissect_capture(const std::string& dissector, const std::string& pcap,
     *problem = "tshark is not installed (scripts/test installs it)";
     return false;
   }
-  std::vector<std::string> words = {"tshark", "-n", "-X", "lua_script:" + dissector,
-                                    "-r",     pcap, "-T", "pdml"};
+  std::vector<std::string> words = {
+      "/usr/bin/env", "tshark", "-n", "-X", "lua_script:" + dissector, "-r", pcap, "-T", "pdml"};
   words.insert(words.end(), options.begin(), options.end());
-  std::string command;
-  for (const std::string& word : words) {
-    char quoted[1024];
-    shell_word(quoted, sizeof quoted, word.c_str());
-    command += std::string(quoted) + " ";
-  }
-  FILE* pipe = popen((command + "2>&1").c_str(), "re");
-  if (pipe == nullptr) {
-    *problem = "cannot run tshark";
-    return false;
-  }
+  int status = run_process(words, pcap + ".pdml", pcap + ".err");
+  std::string output = read_file(pcap + ".pdml"), errors = read_file(pcap + ".err");
+  unlink((pcap + ".pdml").c_str());
+  unlink((pcap + ".err").c_str());
   messages->clear();
-  std::string output;
-  char chunk[4096];
-  for (size_t got; (got = fread(chunk, 1, sizeof chunk, pipe)) > 0;)
-    output.append(chunk, got);
   int stream = -1;
   // One element at a time: a shown text may hold a line end, never a raw '>'.
   for (size_t at = output.find('<'); at != std::string::npos; at = output.find('<', at + 1)) {
@@ -263,14 +251,14 @@ bool dissect_capture(const std::string& dissector, const std::string& pcap,
       message.fields.insert({field, {attribute(tag, "show"), attribute(tag, "value")}});
     }
   }
-  int status = pclose(pipe);
-  size_t error = output.find("Lua Error");
+  errors += output;  // a Lua error shows in the packet tree as well
+  size_t error = errors.find("Lua Error");
   if (error != std::string::npos) {
-    *problem = "tshark reports a Lua error:\n" + output.substr(error > 800 ? error - 800 : 0, 1600);
+    *problem = "tshark reports a Lua error:\n" + errors.substr(error > 800 ? error - 800 : 0, 1600);
     return false;
   }
   if (status != 0) {
-    *problem = "tshark failed:\n" + output.substr(0, 4000);
+    *problem = "tshark failed:\n" + errors.substr(0, 4000);
     return false;
   }
   return true;

@@ -3,11 +3,9 @@
 // effects show in the configuration files, the camera programs and camrc's own output
 // (data/writes_type*.txt), every example of the README, and the exit status and
 // message of each kind of failure. Last, scripts/sandbox as a user runs it.
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -29,9 +27,7 @@ namespace {
 using Args = std::vector<std::string>;
 
 std::unique_ptr<DaemonHarness> start_daemon(int type) {
-  DaemonOptions options;
-  options.camera_type = type;
-  return std::make_unique<DaemonHarness>(options);
+  return std::make_unique<DaemonHarness>(DaemonOptions{type});
 }
 
 // True when `text` holds each of `lines` as a whole line.
@@ -115,8 +111,7 @@ TEST(NoticePortCamrc, PanTiltCommands) {
 TEST(Camrc, InfoJsonMatchesSandboxFiles) {
   for (int type : {1, 2}) {
     SCOPED_TRACE(type);
-    DaemonOptions options;
-    options.camera_type = type;
+    DaemonOptions options{type};
     options.prepare = [&](const std::string& root) {
       if (type == 1)
         write_text_file(root + "/home/zr/webserver/web/kelda2/view_title.ls",
@@ -191,62 +186,36 @@ TEST(Camrc, FailuresHaveDistinctStatuses) {
     ASSERT_TRUE(daemons[type]->ok()) << daemons[type]->error();
   }
   const uint16_t unused = free_tcp_port();
-  const Args ok = {"demo", "camera1"};
-  const struct {
-    int type;   // of the camera; 0: no daemon at that port
-    bool full;  // five users already logged in
-    Args login, command;
-    int status;
-    std::string message;
-  } cases[] = {
-      {1, false, {"demo", "camera2"}, {"info"}, 4, "wrong password"},
-      {1, false, {"nemo", "camera1"}, {"info"}, 4, "no such user"},
-      {0, false, ok, {"info"}, 3, "refused or unreachable"},
-      {1, false, {"demo", "x"}, {"picture", "--brightness", "300"}, 2, "expected 1 to 255"},
-      {1, false, {"demo", "x"}, {"preset", "set", "31", "--name", "a"}, 2, "expected 1 to 30"},
-      {1, false, {"demo", "x"}, {"preset", "set", "3"}, 2, "--name is required"},
-      {1, false, {"demo", "x"}, {"alarm-link", "set", "1"}, 2, "OUT is required"},
-      {1, false, {"demo", "x"}, {"autorun", "--act", "up"}, 2, "preset, sequence, autopan or none"},
-      {1, false, {}, {"info"}, 2, "--user"},
-      {1, true, ok, {"info"}, 5, "already serves five clients"},
-      {1, false, ok, {"autorun", "--enable", "on"}, 7, "does not serve"},
-      {1, false, ok, {"motion", "get", "--area", "3"}, 7, "does not serve"},
-      {2, false, ok, {"privacy", "--enable", "on"}, 7, "does not serve"},
-      {2, false, ok, {"motion", "set", "--enable", "on"}, 2, "--area is required"},
-      {1, false, ok, {"mpeg", "--cbr", "off"}, 2, "needs --rate"},
-      {1, false, ok, {"mpeg", "--rate", "9", "--cbr", "off", "--bitrate", "9"}, 2, "with CBR"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.message);
-    uint16_t port = c.type == 0 ? unused : daemons[c.type]->port();
+  std::ifstream rows(CAMRCD_SOURCE_DIR "/tests/tools/data/failures.txt");
+  size_t count = 0;
+  for (std::string line; std::getline(rows, line);) {
+    std::vector<std::string> c = split(line, " | ");
+    if (line[0] == '#' || c.size() != 6)
+      continue;
+    SCOPED_TRACE(line);
+    ++count;
+    int type = std::stoi(c[0]);
     std::vector<int> held;
-    for (int i = 0; c.full && i < 5; i++)
-      held.push_back(daemons[c.type]->login_client());
-    CamrcRun run = run_camrc(port, c.command, c.login);
-    EXPECT_EQ(run.status, c.status) << run.err;
-    EXPECT_NE(run.err.find(c.message), std::string::npos) << run.err;
+    for (int i = 0; i < std::stoi(c[1]); i++)
+      held.push_back(daemons[type]->login_client());
+    CamrcRun run = run_camrc(type == 0 ? unused : daemons[type]->port(), split(c[3], " "),
+                             c[2] == "-" ? Args() : split(c[2], " "));
+    EXPECT_EQ(std::to_string(run.status), c[4]) << run.err;
+    EXPECT_NE(run.err.find(c[5]), std::string::npos) << run.err;
     EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
     for (int socket : held)
       close(socket);
   }
+  EXPECT_EQ(count, 16u);
 }
 
 constexpr int kNoticePortWaitMs = 60000;
-
-// True when UDP port 1630 on the loopback is free to listen on.
-bool notice_port_free() {
-  int probe = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address = {AF_INET, htons(1630), {htonl(INADDR_LOOPBACK)}, {}};
-  bool free = bind(probe, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-  close(probe);
-  return free;
-}
 
 // A pan/tilt sandbox on a chosen port and folder: its listener shows the notices, and
 // its restart lets a daemon that restarted its streams serve connections whole again.
 TEST(NoticePortSandbox, PanTiltCameraNoticesAndRestart) {
   // The resource lock orders this run's tests; another run may hold the port a while.
-  ASSERT_TRUE(wait_until(kNoticePortWaitMs, notice_port_free))
+  ASSERT_TRUE(wait_until(kNoticePortWaitMs, [] { return close(bind_notice_port()) == 0; }))
       << "UDP port 1630 (the local notices) is held by another process; this test needs it";
   char folder[] = "/tmp/camrc-sandbox-XXXXXX";
   ASSERT_NE(mkdtemp(folder), nullptr);

@@ -83,9 +83,7 @@ struct StepRun {
 // Runs the steps of device type `type` through a relay to a fresh daemon; the segments
 // join `segments` with their connections numbered on from `streams`.
 void run_steps(int type, std::vector<Segment>* segments, int* streams, std::vector<StepRun>* runs) {
-  DaemonOptions options;
-  options.camera_type = type;
-  DaemonHarness daemon(options);
+  DaemonHarness daemon(DaemonOptions{type});
   ASSERT_TRUE(daemon.ok()) << daemon.error();
   WireRelay relay(daemon.port(), kSegment);
   ASSERT_NE(relay.port(), 0);
