@@ -21,6 +21,7 @@
 #include "auth/des.h"
 #include "auth/nonce.h"
 #include "auth/user_list.h"
+#include "client/client_socket.h"
 #include "platform/dev_root.h"
 #include "support/daemon_harness.h"
 
@@ -135,8 +136,7 @@ TEST(AuthExchangeTest, ServerThreadAnswersEachClient) {
                                                  "viewer = look = 24\nu3 = op = Op3rator = 152\n";
     int pair[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair), 0);
-    timeval limit = {2, 0};
-    setsockopt(pair[0], SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    client_set_timeout(pair[0], 2000);
     int result = 1;
     testing::internal::CaptureStdout();
     std::thread server([&] { result = authenticate_client(pair[1]); });

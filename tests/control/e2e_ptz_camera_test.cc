@@ -176,12 +176,12 @@ TEST(EndToEndPtzCamera, ScriptedCasesWithTheNoticePort) {
     } else if (directive == "length") {
       EXPECT_EQ(std::to_string(run.reply.length), argument);
     } else if (directive == "reply-hex") {
-      uint16_t port = run.daemon->port();  // {port}, {connect}: the ports, little-endian
-      for (auto [name, value] :
-           {std::pair<std::string, int>{"{port}", port}, {"{connect}", port - 1}}) {
-        const uint8_t little_endian[2] = {static_cast<uint8_t>(value),
-                                          static_cast<uint8_t>(value >> 8)};
-        argument.replace(argument.find(name), name.size(), to_hex(little_endian, 2));
+      // {connect}, then {port}: the ports, little-endian.
+      for (int port : {run.daemon->port() - 1, run.daemon->port() + 0}) {
+        const uint8_t little_endian[2] = {static_cast<uint8_t>(port),
+                                          static_cast<uint8_t>(port >> 8)};
+        size_t at = argument.find('{');
+        argument.replace(at, argument.find('}', at) + 1 - at, to_hex(little_endian, 2));
       }
       EXPECT_EQ(to_hex(run.reply.bytes, run.reply.length), argument);
     } else if (directive == "file") {
@@ -230,14 +230,12 @@ TEST(EndToEndPtzConcurrency, PresetRepliesNameTheReadPresetWhileAnotherConnectio
   int writer = daemon.login_client();
   int reader = daemon.login_client();
   ASSERT_TRUE(writer >= 0 && reader >= 0);
-  auto store = [&](uint8_t preset) {
-    RequestHeader request = make_request(MessageId::kPresetWrite);
-    for (auto [offset, value] :
-         {std::pair<int, int>{10, 2}, {11, preset}, {12, preset}, {13, preset}})
-      request_set_byte(&request, offset, static_cast<uint8_t>(value));
-    request_set_text(&request, 14, 10, ("p" + std::to_string(preset)).c_str());
+  auto store = [&](uint8_t preset) {  // number as dwell and group, "p" and it as name
+    std::string p = std::to_string(preset);
     Reply reply;  // the device information reply paces the writes
-    return send_request(writer, request) == 0 && request_info(writer, &reply) > 0;
+    return send_named(writer,
+                      "preset 10=2 11=" + p + " 12=" + p + " 13=" + p + " 14='p" + p + "'") == 0 &&
+           request_info(writer, &reply) > 0;
   };
   for (uint8_t preset = 1; preset <= 8; ++preset)
     ASSERT_TRUE(store(preset));

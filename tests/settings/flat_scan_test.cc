@@ -5,6 +5,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <fstream>
 #include <random>
 #include <string>
 
@@ -98,34 +99,20 @@ std::string read_probe(std::string text) {
 }
 
 TEST(FlatReaderLoop, FollowsTheScanRules) {
-  struct Case {
-    const char* text;
-    const char* fields;
-  } cases[] = {
-      {"DNF = 300\n", "0/44/0//0"},
-      {"DNF_WIR = 5\nDNF = 6\n", "5/6/0//0"},
-      {"DNFX = 7\n", "0/7/0//0"},
-      // A key against the '=' keeps the previous value; the first scan has none.
-      {"DNF = 4\nVAL=9\n", "0/4/4//0"},
-      {"VAL=9\nDNF = 4\n", "0/4/0//0"},
-      {"VAL =12 DNF= 3\n", "0/12/12//0"},
-      {"DNF = 4\nVAL =", "0/4/4//0"},
-      {"DNF = 4\nVAL", "0/4/4//0"},
-      // An "=" that ends its line is an empty value, not the next line's key.
-      {"VAL = 5\nTXT = \r\nDNF = 6\n", "0/6/5//0"},
-      // Terminator: compared over three characters, case as given.
-      {"DNF = 1\nendless = 2\nVAL = 3\n", "0/1/0//0"},
-      {"DNF = 1\nEND\nVAL = 3\n", "0/1/3//0"},
-      // Bound 5: blank lines are free, extra words and unknown keys are not.
-      {"DNF = 1\nDNF = 2\nDNF = 3\nDNF = 4\nDNF = 5\nDNF = 6\n", "0/5/0//0"},
-      {"\n\nDNF = 1\n\n\n\nX = 2\n\n\nY = 3\n\nZ = 4\n\n\nVAL = 5\n", "0/1/5//0"},
-      {"TXT = two words\nDNF = 1\nDNF = 2\nDNF = 3\nVAL = 9\n", "0/3/0/two/0"},
-      {"TXT = abcdefghijkl\nVAL = -5x\nRATE = 768kbps\n", "0/0/-5/abcdefg/768"},
-      {"DNF_ABCDEFGHIJKLMNOPQRSTUVWXYZ = 8 VAL = none", "0/8/0//0"},
-      {"", "0/0/0//0"},
-  };
-  for (const Case& c : cases)
-    EXPECT_EQ(read_probe(c.text), c.fields) << c.text;
+  std::ifstream rows(CAMRCD_SOURCE_DIR "/tests/settings/data/reader_loop.txt");
+  int count = 0;
+  for (std::string line; std::getline(rows, line);) {
+    size_t bar = line.find(" | ");
+    if (line[0] == '#' || bar == std::string::npos)
+      continue;
+    std::string text = line.substr(bar + 3);
+    for (size_t at; (at = text.find("\\n")) != std::string::npos ||
+                    (at = text.find("\\r")) != std::string::npos;)
+      text.replace(at, 2, 1, text[at + 1] == 'n' ? '\n' : '\r');
+    EXPECT_EQ(read_probe(text), line.substr(0, bar)) << line;
+    ++count;
+  }
+  EXPECT_EQ(count, 17);
 }
 
 }  // namespace

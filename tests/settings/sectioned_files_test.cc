@@ -34,24 +34,18 @@ class SectionedFilesTest : public ::testing::Test {
   std::string root_;
 };
 
-// Headers, keys of every file, words the kinds look for, "end", long runs, random
-// bytes and line ends in random order, cut anywhere.
+// Headers, keys of every file, words the kinds look for, "end" (data/random_words.txt),
+// long runs, random bytes and line ends in random order, cut anywhere.
 std::string random_text(std::mt19937& random) {
-  const char* const kWords[] = {
-      "[common]",  "[autopan]", "[poa]",      "[autorun]",   "[preset1]", "[preset255]", "[md1]",
-      "[md255]",   "[manual]",  "[alarmin1]", "[alarmout1]", "[other]",   "[preset0]",   "[md0]",
-      "direction", "speed",     "enable",     "act",         "actno",     "waittime",    "home",
-      "md-first",  "presetmax", "dwell",      "group",       "name",      "alin-allen",  "alin-max",
-      "type",      "priority",  "relay",      "record",      "email",     "linkage",     "md_func",
-      "mode",      "md-max",    "threshold",  "sens",        "version",   "end",         "on",
-      "off",       "none",      "ccw",        "block",       " = ",       "=",           "-1"};
+  static const std::vector<std::string> kWords =
+      split(read_file(CAMRCD_SOURCE_DIR "/tests/settings/data/random_words.txt"), "\n");
   std::string text;
   for (size_t i = random() % 80; i > 0; --i) {
     switch (random() % 6) {
       case 0:
       case 1:
       case 2:
-        text += kWords[random() % (sizeof kWords / sizeof kWords[0])];
+        text += kWords[random() % kWords.size()];
         break;
       case 3:
         text += std::string(1 + random() % 120, static_cast<char>('a' + random() % 26));

@@ -260,7 +260,7 @@ DaemonHarness::~DaemonHarness() {
   stop();
   // A daemon built with a sanitizer reports on its standard error and goes on: any
   // such report fails the test that ran it.
-  std::string reports = errors();
+  std::string reports = read_file(root_ + "/daemon.err");
   if (reports.find("Sanitizer") != std::string::npos ||
       reports.find("runtime error:") != std::string::npos)
     ADD_FAILURE() << "the daemon's standard error has a sanitizer report:\n" << reports;
@@ -317,32 +317,16 @@ bool DaemonHarness::launch(const DaemonOptions& options) {
     return true;
   pid_ = ended ? -1 : pid_;
   error_ = (ended ? "the daemon ended at start-up: " : "no listener line in time: ") + output() +
-           errors();
+           read_file(root_ + "/daemon.err");
   return false;
-}
-
-std::string DaemonHarness::web_path(const std::string& relative) const {
-  return root_ + kWebRoot + "/" + relative;
 }
 
 std::string DaemonHarness::output() const {
   return read_file(output_path());
 }
 
-std::string DaemonHarness::output_path() const {
-  return root_ + "/daemon.out";
-}
-
-std::string DaemonHarness::errors() const {
-  return read_file(root_ + "/daemon.err");
-}
-
 size_t DaemonHarness::count_in_output(const std::string& text) const {
-  std::string all = output();
-  size_t count = 0;
-  for (size_t at = all.find(text); at != std::string::npos; at = all.find(text, at + text.size()))
-    count++;
-  return count;
+  return split(output(), text).size() - 1;
 }
 
 bool DaemonHarness::wait_for_exit(int timeout_ms, int* status) {
@@ -350,10 +334,6 @@ bool DaemonHarness::wait_for_exit(int timeout_ms, int* status) {
     return false;
   pid_ = -1;
   return true;
-}
-
-int DaemonHarness::connect_client() const {
-  return client_open("127.0.0.1", port_);
 }
 
 int DaemonHarness::login_client(const char* user, const char* password) const {
@@ -374,11 +354,8 @@ void DaemonHarness::stop() {
 }
 
 bool info_served(int socket) {
-  RequestHeader info = make_request(MessageId::kInfoRequest);
-  request_set(&info, Field::kClientVersion, 0x100);
   Reply reply;
-  return send_request(socket, info) == 0 &&
-         read_reply(socket, &reply) > static_cast<int32_t>(kReplyHeaderSize) &&
+  return request_info(socket, &reply) > static_cast<int32_t>(kReplyHeaderSize) &&
          reply.bytes[kReplySub] == message(MessageId::kInfoReply).sub && reply_trailer_ok(reply);
 }
 

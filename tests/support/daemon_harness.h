@@ -16,6 +16,8 @@
 #include <vector>
 
 #include "client/client_request.h"
+#include "client/client_socket.h"
+#include "platform/dev_root.h"
 
 namespace camrcd {
 
@@ -48,13 +50,14 @@ class DaemonHarness {
   const std::string& error() const { return error_; }
 
   const std::string& root() const { return root_; }
-  std::string web_path(const std::string& relative) const;  // root + web root + "/" + relative
-  uint16_t port() const { return port_; }                   // where the daemon listens
+  std::string web_path(const std::string& relative) const {
+    return root_ + kWebRoot + "/" + relative;
+  }
+  uint16_t port() const { return port_; }  // where the daemon listens
   pid_t pid() const { return pid_; }
 
   std::string output() const;  // captured standard output and error so far
-  std::string output_path() const;
-  std::string errors() const;
+  std::string output_path() const { return root_ + "/daemon.out"; }
   size_t count_in_output(const std::string& text) const;
 
   // Waits for the daemon to end; true with its wait status when it did in time.
@@ -62,7 +65,7 @@ class DaemonHarness {
 
   // A connection whose greeting has been read, and one logged in as user; -1 on
   // failure. The caller closes them.
-  int connect_client() const;
+  int connect_client() const { return client_open("127.0.0.1", port_); }
   int login_client(const char* user = "demo", const char* password = "camera1") const;
 
   void stop();  // kills the daemon and reaps it

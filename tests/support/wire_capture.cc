@@ -43,10 +43,8 @@ WireRelay::~WireRelay() {
     (void)!write(stop_pipe_[1], "x", 1);
     thread_.join();
   }
-  for (int fd : {listener_, stop_pipe_[0], stop_pipe_[1]}) {
-    if (fd >= 0)
-      close(fd);
-  }
+  for (int fd : {listener_, stop_pipe_[0], stop_pipe_[1]})
+    close(fd);  // -1 when never opened: refused, harmlessly
 }
 
 std::vector<Segment> WireRelay::segments() {

@@ -3,10 +3,9 @@
 // user count as they were, with a well-behaved client served afterwards. The full run
 // of 10,000 is scripts/abuse.
 #include <gtest/gtest.h>
-#include <stdio.h>
-#include <sys/wait.h>
 
 #include <string>
+#include <vector>
 
 #include "support/daemon_harness.h"
 
@@ -24,20 +23,16 @@ constexpr bool kMemoryOwnedByOthers = sizeof CAMRCD_EMULATOR > 1;
 TEST(AbuseRun, LeavesTheDaemonAsItWas) {
   DaemonHarness daemon;
   ASSERT_TRUE(daemon.ok()) << daemon.error();
-  std::string command;
-  for (const std::string& word : target_command(CAMRCD_BINARY_DIR "/abuse"))
-    command += word + " ";
-  command += "--pid " + std::to_string(daemon.pid()) + " --log " + daemon.output_path() +
-             " --port " + std::to_string(daemon.port()) + " --connections 600 --seconds 300" +
-             " --allowance " + (kMemoryOwnedByOthers ? "100000" : "0") + " 2>&1";
-  FILE* run = popen(command.c_str(), "r");
-  ASSERT_NE(run, nullptr);
-  std::string report;
-  char piece[512];
-  while (fgets(piece, sizeof piece, run) != nullptr)
-    report += piece;
-  int status = pclose(run);
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << report;
+  std::vector<std::string> argv = target_command(CAMRCD_BINARY_DIR "/abuse");
+  argv.insert(argv.begin(), "/usr/bin/env");  // finds an emulator named without a path
+  argv.insert(argv.end(),
+              {"--pid", std::to_string(daemon.pid()), "--log", daemon.output_path(), "--port",
+               std::to_string(daemon.port()), "--connections", "600", "--seconds", "300",
+               "--allowance", kMemoryOwnedByOthers ? "100000" : "0"});
+  std::string out = daemon.root() + "/abuse";
+  int status = run_process(argv, out + ".out", out + ".err");
+  std::string report = read_file(out + ".out") + read_file(out + ".err");
+  EXPECT_EQ(status, 0) << report;
   EXPECT_NE(report.find("\nPASS\n"), std::string::npos) << report;
 }
 

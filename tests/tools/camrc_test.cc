@@ -121,13 +121,11 @@ TEST(Camrc, InfoJsonMatchesSandboxFiles) {
     ASSERT_TRUE(daemon.ok()) << daemon.error();
     CamrcRun run = run_camrc(daemon.port(), {"info", "--json"});
     ASSERT_EQ(run.status, 0) << run.err;
-    std::string ports = "\"connect_port\":" + std::to_string(daemon.port() - 1) +
-                        ",\"control_port\":" + std::to_string(daemon.port()) + ",";
-    std::vector<std::string> known = split(
-        read_file(CAMRCD_SOURCE_DIR "/tests/tools/data/info_type" + std::to_string(type) + ".json"),
-        "\"connect_port\":CONNECT_PORT,\"control_port\":CONTROL_PORT,");
-    ASSERT_EQ(known.size(), 2u);
-    EXPECT_EQ(run.out, known[0] + ports + known[1]);
+    std::string known =
+        read_file(CAMRCD_SOURCE_DIR "/tests/tools/data/info_type" + std::to_string(type) + ".json");
+    known.replace(known.find("CONNECT_PORT"), 12, std::to_string(daemon.port() - 1));
+    known.replace(known.find("CONTROL_PORT"), 12, std::to_string(daemon.port()));
+    EXPECT_EQ(run.out, known);
     EXPECT_NE(run_camrc(daemon.port(), {"info"}).out.find("\nmac_address: 00:a0:b1:c2:d3:e4\n"),
               std::string::npos);
   }

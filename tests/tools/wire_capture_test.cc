@@ -229,9 +229,8 @@ TEST(WireCapture, MalformedMessagesAreMarked) {
         if (message.stream == int(i))
           marks.push_back(message.malformed);
       }
-      bool expected = !reassembly || cases[i].malformed_reassembled;
       std::vector<bool> wanted(cases[i].first.empty() ? 0 : 1, false);
-      if (expected)
+      if (!reassembly || cases[i].malformed_reassembled)
         wanted.push_back(true);
       EXPECT_EQ(marks, wanted);
     }
