@@ -79,7 +79,7 @@ void send_reply(const Request& r, size_t length) {
   net_send(r.socket, r.buffer, length, 0);  // a failed send shows at the next read
 }
 
-void save_and_apply(const RequestMasks& m, const Mutex* held = nullptr) {
+void save_and_apply(const RequestMasks& m, HeldLocks held = {}) {
   save_groups(m.save, m.extended_save, held);
   apply_groups(m.apply, m.extended_apply, held);
 }
@@ -174,47 +174,59 @@ RequestOutcome close_request(const Request& r, const PlainWrite*) {
   return RequestOutcome::kStopAfterRequest;
 }
 
+// The jpeg file's src follows the video resolution, so a resolution change saves it
+// too. The change and both saves go under one hold of jpeg_lock and video_lock (the
+// jpeg save's order), so no reload of the video group comes between the change and its
+// save and undoes it; the video action runs afterwards, under video_lock alone.
+constexpr HeldLocks kJpegAndVideoLocks = {&jpeg_lock, &video_lock};
+
+// Sets the requested video resolution when it is accepted and tells whether it did;
+// the caller holds video_lock.
+bool change_video_resolution(uint8_t requested) {
+  if (!video_resolution_accepted(requested, settings.video.video_resolution))
+    return false;
+  settings.video.video_resolution = requested;
+  return true;
+}
+
 RequestOutcome video_resolution_write(const Request& r, const PlainWrite*) {
   if (settings.test_mode)
     console_print("Video setting\n");
   uint8_t requested = static_cast<uint8_t>(header_value(r, Field::kVideoResolution));
   {
-    Guard guard(video_lock);
-    uint8_t current = settings.video.video_resolution;
-    if (requested == current)
+    Guard jpeg(jpeg_lock);
+    Guard video(video_lock);
+    if (requested == settings.video.video_resolution)
       return RequestOutcome::kCloseNow;
-    if (video_resolution_accepted(requested, current)) {
-      settings.video.video_resolution = requested;
+    if (change_video_resolution(requested))
       r.masks->save |= kSaveJpegFile | kSaveVideo;
-    }
+    save_groups(r.masks->save, r.masks->extended_save, kJpegAndVideoLocks);
   }
   r.masks->apply |= kSaveVideo;
-  save_and_apply(*r.masks);
+  apply_groups(r.masks->apply, r.masks->extended_apply);
   return RequestOutcome::kKeepServing;
 }
 
+// The MPEG fields are copied and their file saved under one hold of mpeg_lock; then
+// the video resolution and the JPEG fields are copied and the jpeg and video files
+// saved under one hold of jpeg_lock and video_lock: no reload comes between a copy and
+// its save. The files are written in the save table's order: mpeg, jpeg, video.
 RequestOutcome stream_settings_write(const Request& r, const PlainWrite*) {
   {
-    Guard guard(video_lock);
-    uint8_t requested = static_cast<uint8_t>(header_value(r, Field::kVideoResolution));
-    if (video_resolution_accepted(requested, settings.video.video_resolution)) {
-      settings.video.video_resolution = requested;
-      r.masks->save |= kSaveVideo;
-    }
+    Guard mpeg(mpeg_lock);
+    copy_request_fields(r.id, r.header, &mpeg_lock, CopyScope::kHeldLockRows);
+    save_groups(kSaveMpegFileVideo, 0, &mpeg_lock);
   }
-  // MPEG, then JPEG (the save table's order): each group's copy and save under one hold
-  // of its lock, so that no reload comes between them and undoes the copy.
-  const struct {
-    Mutex* lock;
-    uint32_t save;
-  } files[] = {{&mpeg_lock, kSaveMpegFileVideo}, {&jpeg_lock, kSaveJpegFile}};
-  for (const auto& file : files) {
-    Guard guard(*file.lock);
-    copy_request_fields(r.id, r.header, file.lock, CopyScope::kHeldLockRows);
-    save_groups(file.save, 0, file.lock);
+  {
+    Guard jpeg(jpeg_lock);
+    Guard video(video_lock);
+    if (change_video_resolution(static_cast<uint8_t>(header_value(r, Field::kVideoResolution))))
+      r.masks->save |= kSaveVideo;
+    copy_request_fields(r.id, r.header, &jpeg_lock, CopyScope::kHeldLockRows);
+    save_groups(kSaveJpegFile | r.masks->save, r.masks->extended_save, kJpegAndVideoLocks);
   }
   r.masks->apply |= kSaveVideo;
-  save_and_apply(*r.masks);
+  apply_groups(r.masks->apply, r.masks->extended_apply);
   return RequestOutcome::kKeepServing;
 }
 

@@ -52,9 +52,11 @@ constexpr GroupRow kSaveRows[] = {
     {kSavePrivacy, &privacy_lock, nullptr, save_privacy_group},
     {kSaveMotion, &motion_lock, nullptr, save_motion_group},
     {kSaveMpegFileVideo, &mpeg_lock, nullptr, save_mpeg_group},
-    {kSaveJpegFile, &jpeg_lock, nullptr, save_jpeg_group},
+    // The jpeg file's src follows the video resolution, which the video group's load
+    // and writes change under video_lock: the jpeg save holds it too, after jpeg_lock.
+    {kSaveJpegFile, &jpeg_lock, &video_lock, save_jpeg_group},
     {kSaveMpeg, &mpeg_lock, nullptr, save_mpeg_group},
-    {kSaveJpeg, &jpeg_lock, nullptr, save_jpeg_group},
+    {kSaveJpeg, &jpeg_lock, &video_lock, save_jpeg_group},
     {kSaveVideo, &video_lock, nullptr, save_video_group},
 };
 
@@ -103,7 +105,7 @@ const GroupTable kExtendedSaveTable = table_of(kExtendedSaveRows);
 const GroupTable kApplyTable = table_of(kApplyRows);
 const GroupTable kExtendedApplyTable = table_of(kExtendedApplyRows);
 
-void run_group_rows(GroupTable table, uint32_t mask, const Mutex* held) {
+void run_group_rows(GroupTable table, uint32_t mask, HeldLocks held) {
   // Rows that follow each other with the same locks run under one hold of them; any
   // other row's locks are taken only after the previous row's are released.
   MutexHold first, second;
@@ -129,17 +131,17 @@ void run_group_rows(GroupTable table, uint32_t mask, const Mutex* held) {
   }
 }
 
-void load_groups(uint32_t load_mask, uint32_t extended_load_mask, const Mutex* held) {
+void load_groups(uint32_t load_mask, uint32_t extended_load_mask, HeldLocks held) {
   run_group_rows(kLoadTable, load_mask, held);
   run_group_rows(kExtendedLoadTable, extended_load_mask, held);
 }
 
-void save_groups(uint32_t save_mask, uint32_t extended_save_mask, const Mutex* held) {
+void save_groups(uint32_t save_mask, uint32_t extended_save_mask, HeldLocks held) {
   run_group_rows(kSaveTable, save_mask, held);
   run_group_rows(kExtendedSaveTable, extended_save_mask, held);
 }
 
-void apply_groups(uint32_t apply_mask, uint32_t extended_apply_mask, const Mutex* held) {
+void apply_groups(uint32_t apply_mask, uint32_t extended_apply_mask, HeldLocks held) {
   run_group_rows(kApplyTable, apply_mask, held);
   run_group_rows(kExtendedApplyTable, extended_apply_mask, held);
 }

@@ -10,6 +10,7 @@
 #include <stdint.h>
 
 #include "platform/mutex.h"
+#include "settings/group_locks.h"
 
 namespace camrcd {
 
@@ -29,13 +30,13 @@ struct GroupTable {
 
 // Runs, in row order, the operation of every row whose bit is in mask, each under
 // its locks; consecutive rows with the same locks share one hold. Rows with a null
-// operation are skipped. `held` is a lock the caller already holds (or null): a row
-// takes its other lock, if any, but not that one.
-void run_group_rows(GroupTable table, uint32_t mask, const Mutex* held = nullptr);
+// operation are skipped. `held` are the locks the caller already holds: a row takes
+// its other lock, if any, but not those.
+void run_group_rows(GroupTable table, uint32_t mask, HeldLocks held = {});
 
-void load_groups(uint32_t load_mask, uint32_t extended_load_mask, const Mutex* held = nullptr);
-void save_groups(uint32_t save_mask, uint32_t extended_save_mask, const Mutex* held = nullptr);
-void apply_groups(uint32_t apply_mask, uint32_t extended_apply_mask, const Mutex* held = nullptr);
+void load_groups(uint32_t load_mask, uint32_t extended_load_mask, HeldLocks held = {});
+void save_groups(uint32_t save_mask, uint32_t extended_save_mask, HeldLocks held = {});
+void apply_groups(uint32_t apply_mask, uint32_t extended_apply_mask, HeldLocks held = {});
 
 // The six tables, for inspection by tests.
 extern const GroupTable kLoadTable;

@@ -1,7 +1,8 @@
 // The process-wide mutexes: eleven group locks, user_count_lock, stream_lock and
 // network_lock. A group lock is held for the whole of its group's file read, file
 // write or device action. The only nestings: osd_lock then title_lock (osd load and
-// osd save), alarm_lock then ptz_lock (the alarm2 action), and stream_lock inside the
+// osd save), jpeg_lock then video_lock (the jpeg save, which reads the video
+// resolution), alarm_lock then ptz_lock (the alarm2 action), and stream_lock inside the
 // video, mpeg and jpeg actions.
 #ifndef CAMRCD_SETTINGS_GROUP_LOCKS_H_
 #define CAMRCD_SETTINGS_GROUP_LOCKS_H_
@@ -27,9 +28,21 @@ extern Mutex stream_lock;
 // network group at once, and the replies and the accept loop read it meanwhile.
 extern Mutex network_lock;
 
-// Holds lock, unless it is the one the caller already holds (held; may be null).
-inline MutexHold lock_unless_held(Mutex& lock, const Mutex* held) {
-  return &lock == held ? MutexHold() : MutexHold(lock);
+// The locks a caller already holds (none, one or two), which a walk must not take again.
+struct HeldLocks {
+  const Mutex* first = nullptr;
+  const Mutex* second = nullptr;
+
+  HeldLocks() = default;
+  constexpr HeldLocks(const Mutex* lock) : first(lock) {}  // one held lock, or nullptr for none
+  constexpr HeldLocks(const Mutex* lock, const Mutex* next) : first(lock), second(next) {}
+
+  bool contains(const Mutex* lock) const { return lock == first || lock == second; }
+};
+
+// Holds lock, unless the caller already holds it.
+inline MutexHold lock_unless_held(Mutex& lock, HeldLocks held) {
+  return held.contains(&lock) ? MutexHold() : MutexHold(lock);
 }
 
 }  // namespace camrcd

@@ -1,7 +1,8 @@
 // The video, mpeg and jpeg groups: kelda2/env_video.ls, kelda2/env_mpeg.ls and
 // kelda2/env_jpeg.ls. Readers fill the file image and derive the wire fields;
 // writers derive the file image from the wire fields and rewrite the whole file.
-// Each runs with its group lock held by the group table walker.
+// Each runs with its group lock held by the group table walker; the jpeg writer with
+// video_lock too, since the jpeg src follows the video resolution.
 #ifndef CAMRCD_SETTINGS_VIDEO_FILES_H_
 #define CAMRCD_SETTINGS_VIDEO_FILES_H_
 

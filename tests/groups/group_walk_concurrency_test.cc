@@ -1,14 +1,19 @@
 // The group walker: rows run in table order whatever order the bits were set in,
 // each operation under its row's locks (checked from another thread), rows naming
-// the same group run again, and every lock is free afterwards.
+// the same group run again, and every lock is free afterwards. Groups whose files
+// derive from each other's fields, walked from two threads (a race shows under
+// ThreadSanitizer).
 #include <gtest/gtest.h>
 
 #include <thread>
 #include <vector>
 
+#include "groups/group_masks.h"
 #include "groups/group_table.h"
 #include "platform/mutex.h"
 #include "settings/group_locks.h"
+#include "settings/settings_record.h"
+#include "support/daemon_harness.h"
 
 namespace camrcd {
 namespace {
@@ -67,6 +72,25 @@ TEST(GroupWalkConcurrency, RowOrderUnderTheRowLocks) {
   }
   for (Mutex* lock : {&osd_lock, &title_lock, &mpeg_lock, &camcontrol1_lock})
     EXPECT_FALSE(held_elsewhere(lock));
+}
+
+// The jpeg file's src follows the video resolution that a video reload sets.
+TEST(GroupWalkConcurrency, JpegSavesBesideVideoReloads) {
+  const std::string kelda2 = kWebRoot + std::string("/kelda2");
+  const std::string root = make_dev_root({kelda2, "/tmp"});
+  ASSERT_FALSE(root.empty());
+  ASSERT_TRUE(write_text_file(root + kelda2 + "/env_video.ls",
+                              "VIDEO_TYPE = 1\nDD_RES = vga\nED_RES = qvga\nend\n"));
+  std::thread reloads([] {
+    for (int i = 0; i < 100; ++i)
+      load_groups(kLoadVideo, 0);
+  });
+  for (int i = 0; i < 100; ++i)
+    save_groups(kSaveJpeg, 0);
+  reloads.join();
+  save_groups(kSaveJpeg, 0);
+  EXPECT_NE(std::string::npos, read_file(root + kelda2 + "/env_jpeg.ls").find("src = ed\n"));
+  remove_dev_root(root);
 }
 
 }  // namespace
