@@ -35,6 +35,7 @@
 #include "client/client_socket.h"
 #include "protocol/login_message.h"
 #include "protocol/wire_format.h"
+#include "protocol/wire_text.h"
 
 namespace camrcd {
 namespace {

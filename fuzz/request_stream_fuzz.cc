@@ -15,6 +15,7 @@
 #include "client/client_request.h"
 #include "control/connection.h"
 #include "control/listener.h"
+#include "protocol/wire_text.h"
 #include "settings/settings_record.h"
 #include "support/fuzz_support.h"
 
@@ -58,7 +59,7 @@ void fuzz_seeds() {
         request_set_u16(&header, 6, kMotionPayloadSize);
         payload = "P" + std::string(kMotionBlockMapSize - 1, '\x01') + "\x55\xAA";
       }
-      write_seed(std::string("type") + char('0' + type) + "-" + kind.name,
+      write_seed(std::string("type") + char('0' + type) + "-" + message_text(kind.id).name,
                  type + header_bytes(header) + payload);
     }
   }

@@ -5,6 +5,7 @@
 #include <string.h>
 
 #include "client/client_request.h"
+#include "protocol/wire_text.h"
 
 namespace camrcd {
 namespace {
@@ -30,7 +31,7 @@ void decode_field(const WireRow& row, const uint8_t* reply, FieldValue* value) {
     case WireKind::kText:
       memcpy(value->text, p, row.width);
       value->text[row.width] = 0;
-      if (field_info(row.field).file_line)
+      if (field_is_file_line(row.field))
         strip_line_end(value->text);
       break;
     case WireKind::kMacReversed:
@@ -81,7 +82,7 @@ int decode_reply(const uint8_t* reply, size_t length, DecodedReply* out, Message
 }
 
 const char* field_name(const FieldValue& value) {
-  return field_info(value.row->field).name;
+  return field_text(value.row->field).name;
 }
 
 const FieldValue* find_field(const DecodedReply& reply, const char* name) {

@@ -1,8 +1,6 @@
 // The message tables, in MessageId order, and the layout walk's steps.
 #include "protocol/messages.h"
 
-#include <string.h>
-
 namespace camrcd {
 namespace {
 
@@ -274,17 +272,13 @@ constexpr RowList rows_of(const WireRow (&rows)[N]) {
   return {rows, N};
 }
 
-constexpr MessageTable request(MessageId id, const char* name, const char* title, uint8_t cls,
-                               uint8_t sub, uint8_t cameras, RowList rows, const char* summary,
-                               MessageId answer = kNoAnswer, bool restarts = false) {
-  return {id,      name,   title,    true,      cls,        sub,
-          cameras, answer, restarts, rows.rows, rows.count, summary};
+constexpr MessageTable request(MessageId id, uint8_t cls, uint8_t sub, uint8_t cameras,
+                               RowList rows, MessageId answer = kNoAnswer, bool restarts = false) {
+  return {id, true, cls, sub, cameras, answer, restarts, rows.rows, rows.count};
 }
 
-constexpr MessageTable reply(MessageId id, const char* name, const char* title, uint8_t sub,
-                             uint8_t cameras, RowList rows, const char* summary) {
-  return {id,      name,      title, false,     kReplyClassValue, sub,
-          cameras, kNoAnswer, false, rows.rows, rows.count,       summary};
+constexpr MessageTable reply(MessageId id, uint8_t sub, uint8_t cameras, RowList rows) {
+  return {id, false, kReplyClassValue, sub, cameras, kNoAnswer, false, rows.rows, rows.count};
 }
 
 using M = MessageId;
@@ -295,91 +289,36 @@ constexpr uint8_t kOverlay = kClassOverlay;
 constexpr uint8_t kCamera = kClassCamera;
 
 constexpr MessageTable kMessages[] = {
-    request(M::kInfoRequest, "info", "device information request", kInfo, 0x00, kAny,
-            rows_of(kInfoRequestRows),
-            "The server reloads the start-up groups and answers with the device information.",
-            M::kInfoReply),
-    request(M::kMotionRead, "motion-read", "motion read", kInfo, 0x10, kAny,
-            rows_of(kMotionReadRows),
-            "Selects the motion area, loads its settings and answers with the motion reply; a "
-            "pan/tilt camera then announces the area to its local service.",
-            M::kMotionReply),
-    request(M::kAlarmLinkRead, "alarm-link-read", "alarm link read", kInfo, 0x20, kPanTiltType,
-            rows_of(kAlarmLinkReadRows),
-            "Selects an alarm input and output, loads their links and answers with the alarm "
-            "link reply.",
+    request(M::kInfoRequest, kInfo, 0x00, kAny, rows_of(kInfoRequestRows), M::kInfoReply),
+    request(M::kMotionRead, kInfo, 0x10, kAny, rows_of(kMotionReadRows), M::kMotionReply),
+    request(M::kAlarmLinkRead, kInfo, 0x20, kPanTiltType, rows_of(kAlarmLinkReadRows),
             M::kAlarmLinkReply),
-    request(M::kPresetRead, "preset-read", "preset read", kInfo, 0x30, kPanTiltType,
-            rows_of(kPresetReadRows),
-            "Selects a preset and loads it; unless it is 255 the camera moves there before the "
-            "preset reply goes out.",
-            M::kPresetReply),
-    request(M::kCloseRequest, "close", "close request", kInfo, 0xF0, kAny, kNoRows,
-            "Answered by the close reply, after which the server closes the connection.",
-            M::kCloseReply),
-    request(M::kVideoWrite, "video", "video resolution write", kStream, 0x00, kAny,
-            rows_of(kVideoWriteRows),
-            "Changes the video resolution (1 to 3, to another value than the current one); the "
-            "current value ends the connection at once.",
-            kNoAnswer, true),
-    request(M::kMpegWrite, "mpeg", "MPEG write", kStream, 0x10, kAny, rows_of(kMpegWriteRows),
-            "Saves and applies the MPEG settings.", kNoAnswer, true),
-    request(M::kJpegWrite, "jpeg", "JPEG write", kStream, 0x20, kAny, rows_of(kJpegWriteRows),
-            "Saves and applies the JPEG settings.", kNoAnswer, true),
-    request(M::kAutorunWrite, "autorun", "auto-run write", kStream, 0x40, kPanTiltType,
-            rows_of(kAutorunWriteRows), "Saves and applies auto-pan, the poa action and auto-run."),
-    request(M::kStreamWrite, "stream", "stream settings write", kStream, 0xF0, kAny,
-            rows_of(kStreamWriteRows),
-            "Saves the video resolution (when it changes), the MPEG and the JPEG settings at "
-            "once and restarts the video.",
-            kNoAnswer, true),
-    request(M::kMotionWrite, "motion", "motion write", kEvent, 0x00, kAny,
-            rows_of(kMotionWriteRows),
-            "Followed by motion_map_length payload bytes: the block map and 0x55 0xAA. A valid "
-            "payload replaces the map, and the settings are saved and applied while an area is "
-            "selected; on device types other than 1 a payload version of major 0 ends the "
-            "connection instead. A pan/tilt camera announces the area."),
-    request(M::kAlarmWrite, "alarm", "alarm write", kEvent, 0x10, kFixedCameraType,
-            rows_of(kAlarmWriteRows), "Saves and applies the alarm input and output."),
-    request(M::kAlarmLinkWrite, "alarm-link", "alarm link write", kEvent, 0x11, kPanTiltType,
-            rows_of(kAlarmLinkWriteRows),
-            "Selects an alarm input and output and saves and applies their links."),
-    request(M::kPresetWrite, "preset", "preset write", kEvent, 0x20, kPanTiltType,
-            rows_of(kPresetWriteRows),
-            "Operation 0 stores preset current_preset, into the pan/tilt head too unless it is "
-            "255; bit 0x20 clears every preset and area, else bit 0x02 the preset and its area."),
-    request(M::kOsdWrite, "osd", "OSD write", kOverlay, 0x00, kAny, rows_of(kOsdWriteRows),
-            "Saves and applies the on-screen display."),
-    request(M::kTitleWrite, "title", "title write", kOverlay, 0x10, kAny, rows_of(kTitleWriteRows),
-            "Saves and applies the camera title."),
-    request(M::kPrivacyWrite, "privacy", "privacy write", kOverlay, 0x20, kFixedCameraType,
-            rows_of(kPrivacyWriteRows), "Saves and applies the privacy mask."),
-    request(M::kPictureWrite, "picture", "picture write", kCamera, 0x00, kAny,
-            rows_of(kPictureWriteRows), "Saves and applies the picture controls."),
-    request(M::kWhiteBalanceWrite, "white-balance", "white balance write", kCamera, 0x10, kAny,
-            rows_of(kWhiteBalanceWriteRows),
-            "Saves and applies white balance and back-light compensation."),
-    request(M::kCamcontrol2Write, "camcontrol2", "camcontrol2 write", kCamera, 0x20, kAny,
-            rows_of(kCamcontrol2WriteRows),
-            "Saves and applies monochrome, negative, colour bar and sensor-up."),
-    request(M::kReloadRequest, "reload", "reload request", 0, 0, kAny, rows_of(kReloadRows),
-            "Any class byte other than the five classes: reloads the groups that bytes 2-3 name "
-            "and answers with the device information. A bit outside 0x13FF makes the server "
-            "ignore the request.",
-            M::kInfoReply),
-    reply(
-        M::kInfoReply, "info-reply", "device information", 0x01, kAny, rows_of(kInfoReplyRows),
-        "133 + 8 x N bytes on device types other than 2 (N privacy areas), 143 on device type 2."),
-    reply(M::kMotionReply, "motion-reply", "motion reply", 0x11, kAny, rows_of(kMotionReplyRows),
-          "4835 bytes when the block map is sent (motion_map_valid not 0), else the header alone."),
-    reply(M::kAlarmLinkReply, "alarm-link-reply", "alarm link reply", 0x21, kPanTiltType,
-          rows_of(kAlarmLinkReplyRows), "The header alone."),
-    reply(M::kPresetReply, "preset-reply", "preset reply", 0x31, kPanTiltType,
-          rows_of(kPresetReplyRows), "The header alone."),
-    reply(M::kCloseReply, "close-reply", "close reply", 0xF1, kAny, kNoRows,
-          "The header alone; the server then closes the connection."),
+    request(M::kPresetRead, kInfo, 0x30, kPanTiltType, rows_of(kPresetReadRows), M::kPresetReply),
+    request(M::kCloseRequest, kInfo, 0xF0, kAny, kNoRows, M::kCloseReply),
+    request(M::kVideoWrite, kStream, 0x00, kAny, rows_of(kVideoWriteRows), kNoAnswer, true),
+    request(M::kMpegWrite, kStream, 0x10, kAny, rows_of(kMpegWriteRows), kNoAnswer, true),
+    request(M::kJpegWrite, kStream, 0x20, kAny, rows_of(kJpegWriteRows), kNoAnswer, true),
+    request(M::kAutorunWrite, kStream, 0x40, kPanTiltType, rows_of(kAutorunWriteRows)),
+    request(M::kStreamWrite, kStream, 0xF0, kAny, rows_of(kStreamWriteRows), kNoAnswer, true),
+    request(M::kMotionWrite, kEvent, 0x00, kAny, rows_of(kMotionWriteRows)),
+    request(M::kAlarmWrite, kEvent, 0x10, kFixedCameraType, rows_of(kAlarmWriteRows)),
+    request(M::kAlarmLinkWrite, kEvent, 0x11, kPanTiltType, rows_of(kAlarmLinkWriteRows)),
+    request(M::kPresetWrite, kEvent, 0x20, kPanTiltType, rows_of(kPresetWriteRows)),
+    request(M::kOsdWrite, kOverlay, 0x00, kAny, rows_of(kOsdWriteRows)),
+    request(M::kTitleWrite, kOverlay, 0x10, kAny, rows_of(kTitleWriteRows)),
+    request(M::kPrivacyWrite, kOverlay, 0x20, kFixedCameraType, rows_of(kPrivacyWriteRows)),
+    request(M::kPictureWrite, kCamera, 0x00, kAny, rows_of(kPictureWriteRows)),
+    request(M::kWhiteBalanceWrite, kCamera, 0x10, kAny, rows_of(kWhiteBalanceWriteRows)),
+    request(M::kCamcontrol2Write, kCamera, 0x20, kAny, rows_of(kCamcontrol2WriteRows)),
+    request(M::kReloadRequest, 0, 0, kAny, rows_of(kReloadRows), M::kInfoReply),
+    reply(M::kInfoReply, 0x01, kAny, rows_of(kInfoReplyRows)),
+    reply(M::kMotionReply, 0x11, kAny, rows_of(kMotionReplyRows)),
+    reply(M::kAlarmLinkReply, 0x21, kPanTiltType, rows_of(kAlarmLinkReplyRows)),
+    reply(M::kPresetReply, 0x31, kPanTiltType, rows_of(kPresetReplyRows)),
+    reply(M::kCloseReply, 0xF1, kAny, kNoRows),
 };
 static_assert(sizeof kMessages / sizeof kMessages[0] == kMessageCount, "one entry per message");
+static_assert(in_id_order(kMessages), "entries in MessageId order");
 
 bool type_is(const LayoutContext& context, int type) {
   return context.device_type == kUnknownDeviceType || context.device_type == type;
@@ -412,14 +351,6 @@ const MessageTable* find_request(uint8_t command_class, uint8_t sub) {
 const MessageTable* find_reply(uint8_t sub) {
   for (size_t i = kRequestCount; i < kMessageCount; i++) {
     if (kMessages[i].sub == sub)
-      return &kMessages[i];
-  }
-  return nullptr;
-}
-
-const MessageTable* find_request_named(const char* name) {
-  for (size_t i = 0; i < kRequestCount; i++) {
-    if (strcmp(kMessages[i].name, name) == 0)
       return &kMessages[i];
   }
   return nullptr;
@@ -487,7 +418,7 @@ uint32_t row_number(const WireRow& row, const uint8_t* message) {
 }
 
 void layout_learn(const WireRow& row, const uint8_t* message, LayoutContext* context) {
-  LayoutKey key = field_info(row.field).key;
+  LayoutKey key = field_layout_key(row.field);
   if (key == LayoutKey::kNone)
     return;
   uint32_t value = row_number(row, message);

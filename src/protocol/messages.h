@@ -3,7 +3,7 @@
 // (wire_fields.h), in which layouts it stands, and for a write the rule by which the
 // server takes it. The server's reply builders and field copies, the client's request
 // builder and reply decoder, camrc, the capture dissector and the protocol reference
-// all read these tables.
+// all read these tables; the messages' names, titles and summaries are wire_text.h's.
 //
 // A message's layout can depend on its own bytes: the device type of a device
 // information reply, the privacy area count, whether a motion reply sends its map, a
@@ -118,14 +118,22 @@ inline constexpr uint8_t kFixedCameraType = 1 << 1;
 inline constexpr uint8_t kPanTiltType = 1 << 2;
 inline constexpr uint8_t kEveryType = 0xFF;
 
+// Whether every entry of a table indexed by MessageId names the id of its index.
+template <typename Entry, size_t N>
+constexpr bool in_id_order(const Entry (&entries)[N]) {
+  for (size_t i = 0; i < N; i++) {
+    if (static_cast<size_t>(entries[i].id) != i)
+      return false;
+  }
+  return true;
+}
+
 inline uint8_t device_type_bit(uint8_t device_type) {
   return device_type < 8 ? static_cast<uint8_t>(1 << device_type) : 0;
 }
 
 struct MessageTable {
   MessageId id;
-  const char* name;   // short name: "picture", "info-reply"
-  const char* title;  // "picture write"
   bool request;
   uint8_t command_class;  // requests; every reply's class is 0x10
   uint8_t sub;            // the request's, or the reply's sub-command
@@ -135,7 +143,6 @@ struct MessageTable {
                           // one request, until it is restarted
   const WireRow* rows;
   size_t row_count;
-  const char* summary;  // what the server does with it, for the reference
 };
 
 const MessageTable& message(MessageId id);
@@ -145,8 +152,6 @@ const MessageTable& message(MessageId id);
 const MessageTable* find_request(uint8_t command_class, uint8_t sub);
 // The reply with this sub-command, or nullptr.
 const MessageTable* find_reply(uint8_t sub);
-// The request of that short name, or nullptr.
-const MessageTable* find_request_named(const char* name);
 
 // The row of `field` in the message, or nullptr.
 const WireRow* find_row(const MessageTable& table, Field field);

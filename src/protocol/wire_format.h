@@ -70,33 +70,15 @@ inline constexpr uint8_t kClassEvent = 0x40;
 inline constexpr uint8_t kClassOverlay = 0x50;
 inline constexpr uint8_t kClassCamera = 0x60;
 
-struct CommandClass {
-  uint8_t value;
-  const char* name;
-};
-inline constexpr CommandClass kCommandClasses[] = {
-    {kClassInformation, "information"}, {kClassStream, "stream"}, {kClassEvent, "event"},
-    {kClassOverlay, "overlay"},         {kClassCamera, "camera"},
-};
-
 // A preset write's operation bits (0 is the set operation), and the preset number of
 // the default position, which a preset read never moves the camera to.
 inline constexpr uint8_t kPresetClearOne = 0x02;
 inline constexpr uint8_t kPresetClearAll = 0x20;  // tested first
 inline constexpr uint8_t kDefaultPosition = 255;
 
-// The groups a reload request names, bit by bit (bytes 2-3, big-endian). Bits 0x200
-// and 0x1000 are accepted and load nothing; a request with any bit outside
-// kReloadAcceptedBits is ignored.
-struct ReloadGroup {
-  const char* name;
-  uint16_t bit;
-};
-inline constexpr ReloadGroup kReloadGroups[] = {
-    {"video", 0x001},       {"mpeg", 0x002},    {"jpeg", 0x004},
-    {"osd", 0x008},         {"privacy", 0x010}, {"camcontrol1", 0x020},
-    {"camcontrol2", 0x040}, {"alarm", 0x080},   {"autorun", 0x100},
-};
+// The groups a reload request names, one bit each (bytes 2-3, big-endian; bits 0x001
+// to 0x100, named in wire_text.h). Bits 0x200 and 0x1000 are accepted and load
+// nothing; a request with any bit outside kReloadAcceptedBits is ignored.
 inline constexpr uint16_t kReloadAcceptedBits = 0x13FF;
 
 inline uint16_t read_le16(const uint8_t* p) {

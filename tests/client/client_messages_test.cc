@@ -17,7 +17,7 @@
 #include "client/reply_fields.h"
 #include "control/replies.h"
 #include "platform/net_io.h"
-#include "protocol/wire_format.h"
+#include "protocol/wire_text.h"
 #include "settings/settings_record.h"
 
 namespace camrcd {

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "client/client_request.h"
+#include "protocol/wire_text.h"
 #include "support/daemon_harness.h"
 
 namespace camrcd {

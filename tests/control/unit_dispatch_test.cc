@@ -21,7 +21,7 @@
 #include "control/dispatch.h"
 #include "control/field_copies.h"
 #include "control/replies.h"
-#include "protocol/wire_format.h"
+#include "protocol/wire_text.h"
 #include "settings/settings_record.h"
 #include "support/daemon_harness.h"
 
@@ -159,7 +159,7 @@ TEST(Replies, MatchRecordedBytes) {
   while (data >> name >> type >> areas >> map_valid >> length >> hex) {
     MessageId id = MessageId::kCount;  // the reply of that name
     for (size_t m = 0; m < kMessageCount; ++m)
-      id = name == message(MessageId(m)).name ? MessageId(m) : id;
+      id = name == message_text(MessageId(m)).name ? MessageId(m) : id;
     ASSERT_NE(id, MessageId::kCount) << name;
     SCOPED_TRACE(name + " " + std::to_string(type) + std::to_string(areas));
     uint8_t* record = reinterpret_cast<uint8_t*>(&settings);

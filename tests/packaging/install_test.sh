@@ -4,7 +4,8 @@
 # configured daemon path in both start-up files, and the dissector camrcd.lua, and
 # nothing else (no test program, library or header). The daemon needs no shared
 # library but the C library's (a sanitizer build's its runtimes too): a camera image
-# need not carry the C++ runtime. Wireshark loads the installed dissector as a plugin,
+# need not carry the C++ runtime, nor the protocol's texts (none of the dissector's
+# field meanings and message titles is a string of it). Wireshark loads the installed dissector as a plugin,
 # and on this machine (not in a cross build) the plugin folder of the prefix /usr is
 # the one Wireshark looks in.
 # usage: install_test.sh BUILD_DIR PREFIX SYSCONFDIR UNIT_DIR PLUGIN_DIR MULTIARCH [EMULATOR]
@@ -62,6 +63,15 @@ needed=$(readelf -d "$destdir$prefix/sbin/camrcd" | sed -n 's/.*(NEEDED).*\[\(.*
   grep -vE '^(libc\.so|ld-linux|libpthread\.so|lib(a|ub|t)san\.so)' || true)
 if [ -n "$needed" ]; then
   echo "camrcd needs more than the C library: $needed"
+  exit 1
+fi
+# The meanings (those of more than one word) and the titles come with the summaries in
+# one object of the client side, so any of them in the daemon means all of them.
+texts=$(sed -n -e 's/.*ProtoField\.[a-z0-9]*("[^"]*", "[^":]*: \([^"]* [^"]*\)".*/\1/p' \
+  -e 's/^  {name = "\([^"]*\)".*/\1/p' "$destdir$plugindir/camrcd.lua")
+leaked=$(strings -n 4 "$destdir$prefix/sbin/camrcd" | grep -xF -f <(echo "$texts") || true)
+if [ -z "$texts" ] || [ -n "$leaked" ]; then
+  echo "camrcd carries the protocol's texts (or camrcd.lua names none):" $leaked
   exit 1
 fi
 echo "installed exactly the $(wc -l <<<"$expected") expected files; Wireshark loads camrcd.lua"

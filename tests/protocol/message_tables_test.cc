@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "protocol/messages.h"
+#include "protocol/wire_text.h"
 
 namespace camrcd {
 namespace {
@@ -27,7 +27,7 @@ std::vector<LayoutContext> every_layout() {
 TEST(MessageTables, RowsOfEveryLayoutNeitherOverlapNorLeaveTheirPlace) {
   for (size_t m = 0; m < kMessageCount; ++m) {
     const MessageTable& table = message(static_cast<MessageId>(m));
-    SCOPED_TRACE(table.title);
+    SCOPED_TRACE(message_text(table.id).title);
     size_t first_field = table.id == MessageId::kReloadRequest ? 2 : table.request ? 4 : 11;
     for (const LayoutContext& layout : every_layout()) {
       std::vector<std::pair<size_t, size_t>> spans;  // [offset, end) of each row sent

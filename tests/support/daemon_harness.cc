@@ -24,6 +24,7 @@
 #include "client/client_login.h"
 #include "client/client_socket.h"
 #include "platform/dev_root.h"
+#include "protocol/wire_text.h"
 
 extern char** environ;
 

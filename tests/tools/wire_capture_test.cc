@@ -19,7 +19,7 @@
 #include <string>
 #include <vector>
 
-#include "protocol/wire_fields.h"
+#include "protocol/wire_text.h"
 #include "support/daemon_harness.h"
 
 namespace camrcd {
@@ -53,7 +53,7 @@ std::string printed_text(const std::string& raw_hex) {
 
 // A field as camrc prints it: texts, code names, or the number.
 std::string as_printed(const std::string& name, const DissectedField& field) {
-  const FieldInfo& info = field_info(find_field_named(name.c_str()));
+  const FieldText& info = field_text(find_field_named(name.c_str()));
   if (name.find("title") != std::string::npos || name == "preset_name")
     return printed_text(field.raw);
   const char* code = field.show.empty() || !isdigit(static_cast<unsigned char>(field.show[0]))

@@ -346,7 +346,7 @@ CommandOption resolved(const Command& command, size_t row) {
   CommandOption option = command.options[row];
   option.types = option_types(command, option);
   if (option.codes == nullptr)
-    option.codes = field_info(option.field).codes;
+    option.codes = field_text(option.field).codes;
   const WireRow* wire = find_row(message(command.request), option.field);
   if (option.kind == kValueText && option.max == 0 && wire != nullptr)
     option.max = wire->width;

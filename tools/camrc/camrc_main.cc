@@ -18,7 +18,7 @@
 #include "client/client_request.h"
 #include "client/reply_fields.h"
 #include "platform/console.h"
-#include "protocol/messages.h"
+#include "protocol/wire_text.h"
 
 namespace camrcd {
 namespace {

@@ -3,6 +3,8 @@
 
 #include <stdio.h>
 
+#include "protocol/wire_text.h"
+
 namespace camrcd {
 
 namespace {
@@ -22,7 +24,7 @@ std::string field_value(const FieldValue& field, bool* is_string) {
     case WireKind::kVersion:
       return field.text;
     case WireKind::kByte:
-      if (const char* name = code_name(field_info(field.row->field).codes, field.number))
+      if (const char* name = code_name(field_text(field.row->field).codes, field.number))
         return name;
       break;
     default:

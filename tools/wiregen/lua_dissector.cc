@@ -5,7 +5,7 @@
 #include <stdio.h>
 
 #include "protocol/login_message.h"
-#include "protocol/messages.h"
+#include "protocol/wire_text.h"
 #include "wire_words.h"
 
 namespace camrcd {
@@ -69,7 +69,7 @@ std::string fields_part() {
   std::string list;
   for (size_t i = 1; i < kFieldCount; ++i) {
     Field field = static_cast<Field>(i);
-    const FieldInfo& info = field_info(field);
+    const FieldText& info = field_text(field);
     const char* type = proto_field_type(field);
     if (type == nullptr || find_field_named(info.name) != field)
       continue;  // carried by no message, or named already
@@ -88,9 +88,9 @@ std::string fields_part() {
 
 // {offset, width, kind, field, presence, rule, key}
 std::string row_part(const WireRow& row) {
-  const FieldInfo& info = field_info(row.field);
-  const char* key = key_id(info.key);
-  std::string field = row.field == Field::kNone ? "\"reserved\"" : quoted(info.name);
+  const char* key = key_id(field_layout_key(row.field));
+  std::string field =
+      row.field == Field::kNone ? "\"reserved\"" : quoted(field_text(row.field).name);
   return "{" + number(row.offset) + ", " + number(row.width) + ", " +
          quoted(kind_words(row.kind).id) + ", " + field + ", " +
          quoted(presence_words(row.presence).id) + ", " + quoted(rule_words(row.rule).id) + ", " +
@@ -98,7 +98,7 @@ std::string row_part(const WireRow& row) {
 }
 
 std::string message_part(const MessageTable& table) {
-  std::string out = "  {name = " + quoted(table.title) +
+  std::string out = "  {name = " + quoted(message_text(table.id).title) +
                     ", class = " + number(table.command_class) + ", sub = " + number(table.sub);
   const WireRow* length = find_row(table, Field::kMotionMapLength);
   if (table.request && length != nullptr)

@@ -12,7 +12,7 @@
 
 #include "client/reply_fields.h"
 #include "protocol/login_message.h"
-#include "protocol/messages.h"
+#include "protocol/wire_text.h"
 #include "wire_words.h"
 
 namespace camrcd {
@@ -159,7 +159,7 @@ std::string codes_section() {
       names +=
           (names.empty() ? "" : ", ") + std::string(code->name) + " " + std::to_string(code->code);
     for (size_t i = 1; i < kFieldCount; ++i) {
-      const FieldInfo& info = field_info(static_cast<Field>(i));
+      const FieldText& info = field_text(static_cast<Field>(i));
       if (info.codes == set.codes)
         fields += (fields.empty() ? "`" : ", `") + std::string(info.name) + "`";
     }
@@ -176,7 +176,7 @@ std::string row_bytes(const WireRow& row) {
 }
 
 std::string row_line(const WireRow& row, bool request) {
-  const FieldInfo& info = field_info(row.field);
+  const FieldText& info = field_text(row.field);
   std::string name = row.field == Field::kNone ? "zero" : "`" + std::string(info.name) + "`";
   std::string meaning = row.field == Field::kNone ? "" : info.meaning;
   std::string width = row.kind == WireKind::kMoreAreas ? "8(N-1)" : std::to_string(row.width);
@@ -196,18 +196,19 @@ std::string cameras(uint8_t bits) {
 }
 
 std::string message_section(const MessageTable& table) {
-  std::string out = "### " + std::string(table.title) + "\n\n";
+  const MessageText& text = message_text(table.id);
+  std::string out = "### " + std::string(text.title) + "\n\n";
   if (table.id == MessageId::kReloadRequest)
     out += "Class: any value but the five classes; bytes 2-3 are the group bits.";
   else if (table.request)
     out += "Class " + hex(table.command_class) + ", sub-command " + hex(table.sub) + ".";
   else
     out += "Sub-command " + hex(table.sub) + ".";
-  out += " For " + cameras(table.cameras) + ". " + table.summary;
+  out += " For " + cameras(table.cameras) + ". " + text.summary;
   if (table.request) {
     out += table.answer == MessageId::kCount
                ? " Not answered."
-               : " Answered by the " + std::string(message(table.answer).title) + ".";
+               : " Answered by the " + std::string(message_text(table.answer).title) + ".";
   }
   if (table.restarts_streams)
     out +=
@@ -304,7 +305,7 @@ std::string shown(const char* name, const WireRow& row, const uint8_t* bytes, ui
             std::string(reinterpret_cast<const char*>(bytes + row.offset),
                         strnlen(reinterpret_cast<const char*>(bytes + row.offset), row.width)) +
             "\"";
-  } else if (const char* code = code_name(field_info(row.field).codes, number)) {
+  } else if (const char* code = code_name(field_text(row.field).codes, number)) {
     value = code;
   } else if (row.kind == WireKind::kVersion) {
     value = std::to_string(number >> 8) + "." + (number % 256 < 10 ? "0" : "") +
@@ -324,7 +325,7 @@ bool describe_request(const Bytes& bytes, std::string* title, std::string* field
   size_t expected = kRequestHeaderSize + (length ? row_number(*length, bytes.data()) : 0);
   if (table == nullptr || bytes.size() != expected)
     return false;
-  *title = table->title;
+  *title = message_text(table->id).title;
   LayoutContext context;
   for (size_t i = 0; i < table->row_count; ++i) {
     const WireRow& row = table->rows[i];
@@ -334,7 +335,7 @@ bool describe_request(const Bytes& bytes, std::string* title, std::string* field
     bool text = row.kind == WireKind::kText && bytes[row.offset] != 0;
     if (row.field != Field::kNone && (number != 0 || text))
       *fields += (fields->empty() ? "" : ", ") +
-                 shown(field_info(row.field).name, row, bytes.data(), number);
+                 shown(field_text(row.field).name, row, bytes.data(), number);
     layout_learn(row, bytes.data(), &context);
   }
   return true;
@@ -344,7 +345,7 @@ bool describe_reply(const Bytes& bytes, std::string* title, std::string* fields)
   DecodedReply decoded;
   if (decode_reply(bytes.data(), bytes.size(), &decoded) != 0)
     return false;
-  *title = find_reply(bytes[kReplySub])->title;
+  *title = message_text(find_reply(bytes[kReplySub])->id).title;
   for (size_t i = 0; i < decoded.count; ++i) {
     const FieldValue& value = decoded.fields[i];
     *fields +=

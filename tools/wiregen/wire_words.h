@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "protocol/messages.h"
+#include "protocol/wire_text.h"
 
 namespace camrcd {
 
