@@ -1,6 +1,8 @@
 // The slot table, in Field order (checked at compile time).
 #include "control/record_slots.h"
 
+#include <iterator>
+
 #include "settings/group_locks.h"
 #include "settings/settings_record.h"
 
@@ -15,31 +17,22 @@ struct Entry {
 };
 
 constexpr Entry none(Field field) {
-  return {field, {SlotType::kNone, nullptr, 0, SlotLock::kNone, nullptr, nullptr}};
+  return {field, {SlotType::kNone, SlotLock::kNone, 0, nullptr, nullptr}};
 }
-constexpr Entry byte(Field field, uint8_t& value, Mutex* lock) {
-  return {field, {SlotType::kByte, &value, 1, SlotLock::kGroup, lock, nullptr}};
+// A runtime field that start-up sets once is read without a lock (SlotLock::kNone);
+// the fields that the motion group and the md2 group share take SlotLock::kMotionMap.
+constexpr Entry byte(Field field, uint8_t& value, SlotLock lock) {
+  return {field, {SlotType::kByte, lock, 1, &value, nullptr}};
 }
-// A runtime field that start-up sets once, read without a lock.
-constexpr Entry runtime_byte(Field field, uint8_t& value) {
-  return {field, {SlotType::kByte, &value, 1, SlotLock::kNone, nullptr, nullptr}};
-}
-constexpr Entry word(Field field, int32_t& value, Mutex* lock) {
-  return {field, {SlotType::kWord, &value, 4, SlotLock::kGroup, lock, nullptr}};
+constexpr Entry word(Field field, int32_t& value, SlotLock lock) {
+  return {field, {SlotType::kWord, lock, 4, &value, nullptr}};
 }
 template <size_t N>
-constexpr Entry text(Field field, char (&value)[N], Mutex* lock) {
-  return {field, {SlotType::kText, value, N, SlotLock::kGroup, lock, nullptr}};
+constexpr Entry text(Field field, char (&value)[N], SlotLock lock) {
+  return {field, {SlotType::kText, lock, N, value, nullptr}};
 }
 constexpr Entry computed(Field field, uint32_t (*compute)()) {
-  return {field, {SlotType::kComputed, nullptr, 0, SlotLock::kNone, nullptr, compute}};
-}
-// The fields that the motion group and the md2 group share.
-constexpr Entry map_byte(Field field, uint8_t& value) {
-  return {field, {SlotType::kByte, &value, 1, SlotLock::kMotionMap, nullptr, nullptr}};
-}
-constexpr Entry map_word(Field field, int32_t& value) {
-  return {field, {SlotType::kWord, &value, 4, SlotLock::kMotionMap, nullptr, nullptr}};
+  return {field, {SlotType::kComputed, SlotLock::kNone, 0, nullptr, compute}};
 }
 
 // Layout versions: major * 256 + minor.
@@ -55,14 +48,28 @@ uint32_t version_one() {
 }
 
 using F = Field;
-constexpr Mutex* kNetwork = &network_lock;
-constexpr Mutex* kMpeg = &mpeg_lock;
-constexpr Mutex* kOsd = &osd_lock;
-constexpr Mutex* kAlarm = &alarm_lock;
-constexpr Mutex* kCam1 = &camcontrol1_lock;
-constexpr Mutex* kCam2 = &camcontrol2_lock;
-constexpr Mutex* kPrivacy = &privacy_lock;
-constexpr Mutex* kPtz = &ptz_lock;
+constexpr SlotLock kNetwork = SlotLock::kNetwork;
+constexpr SlotLock kVideo = SlotLock::kVideo;
+constexpr SlotLock kMpeg = SlotLock::kMpeg;
+constexpr SlotLock kJpeg = SlotLock::kJpeg;
+constexpr SlotLock kOsd = SlotLock::kOsd;
+constexpr SlotLock kAlarm = SlotLock::kAlarm;
+constexpr SlotLock kCam1 = SlotLock::kCamcontrol1;
+constexpr SlotLock kCam2 = SlotLock::kCamcontrol2;
+constexpr SlotLock kPrivacy = SlotLock::kPrivacy;
+constexpr SlotLock kPtz = SlotLock::kPtz;
+constexpr SlotLock kMap = SlotLock::kMotionMap;
+constexpr SlotLock kTitle = SlotLock::kTitle;
+constexpr SlotLock kUnlocked = SlotLock::kNone;
+
+// The mutex of each SlotLock, in its order: none for kNone and kMotionMap (whose lock
+// depends on the device type), then the groups'.
+constexpr Mutex* kSlotLocks[] = {
+    nullptr,           nullptr,       &network_lock, &video_lock, &mpeg_lock,
+    &jpeg_lock,        &osd_lock,     &title_lock,   &alarm_lock, &camcontrol1_lock,
+    &camcontrol2_lock, &privacy_lock, &ptz_lock,
+};
+static_assert(std::size(kSlotLocks) == static_cast<size_t>(SlotLock::kPtz) + 1, "one per lock");
 
 constexpr Entry kSlots[] = {
     none(F::kNone),
@@ -71,27 +78,26 @@ constexpr Entry kSlots[] = {
     none(F::kPresetOperation),
     none(F::kReloadGroups),
     computed(F::kInfoLayoutVersion, info_layout_version),
-    runtime_byte(F::kDeviceType, s.device_type),
-    {F::kMacAddress,
-     {SlotType::kBytes, s.network.mac_address, 6, SlotLock::kGroup, kNetwork, nullptr}},
+    byte(F::kDeviceType, s.device_type, kUnlocked),
+    {F::kMacAddress, {SlotType::kBytes, kNetwork, 6, s.network.mac_address, nullptr}},
     word(F::kWebPort, s.network.WEBSERVERPORT, kNetwork),
     word(F::kConnectPort, s.network.CONNECT_PORT, kNetwork),
     word(F::kControlPort, s.control_port, kNetwork),
-    byte(F::kVideoType, s.video.VIDEO_TYPE, &video_lock),
-    byte(F::kVideoResolution, s.video.video_resolution, &video_lock),
+    byte(F::kVideoType, s.video.VIDEO_TYPE, kVideo),
+    byte(F::kVideoResolution, s.video.video_resolution, kVideo),
     byte(F::kMpegEnable, s.mpeg.mpeg_enable_code, kMpeg),
     byte(F::kMpegGop, s.mpeg.mpeg_gop, kMpeg),
     byte(F::kMpegCbr, s.mpeg.mpeg_cbr_code, kMpeg),
     byte(F::kMpegRate, s.mpeg.mpeg_rate, kMpeg),
     word(F::kMpegBitrate, s.mpeg.mpeg_bitrate, kMpeg),
-    byte(F::kJpegEnable, s.jpeg.jpeg_enable_code, &jpeg_lock),
-    byte(F::kJpegQuality, s.jpeg.jpeg_quality, &jpeg_lock),
+    byte(F::kJpegEnable, s.jpeg.jpeg_enable_code, kJpeg),
+    byte(F::kJpegQuality, s.jpeg.jpeg_quality, kJpeg),
     byte(F::kOsdEnable, s.osd.osd_enable_code, kOsd),
     byte(F::kOsdColor, s.osd.osd_color, kOsd),
     byte(F::kOsdDisplayFlags, s.osd.osd_display_flags, kOsd),
     byte(F::kOsdExtra, s.osd.osd_extra, kOsd),
     text(F::kOsdTitle, s.osd.osd_title, kOsd),
-    text(F::kCameraTitle, s.title.camera_title, &title_lock),
+    text(F::kCameraTitle, s.title.camera_title, kTitle),
     byte(F::kAlarmIn, s.alarm.alarm_in_code, kAlarm),
     byte(F::kAlarmInPolarity, s.alarm.alarm_in_polarity, kAlarm),
     byte(F::kAlarmOut, s.alarm.alarm_out_code, kAlarm),
@@ -125,9 +131,9 @@ constexpr Entry kSlots[] = {
     byte(F::kAutorunWaittime, s.autorun.waittime, kPtz),
     byte(F::kAutorunAct, s.autorun.act, kPtz),
     byte(F::kAutorunActno, s.autorun.actno, kPtz),
-    map_byte(F::kMotionMapValid, s.motion_map_valid),
-    map_byte(F::kMotionFlags, s.motion_flags),
-    map_word(F::kMotionMapLength, s.motion_map_length),
+    byte(F::kMotionMapValid, s.motion_map_valid, kMap),
+    byte(F::kMotionFlags, s.motion_flags, kMap),
+    word(F::kMotionMapLength, s.motion_map_length, kMap),
     computed(F::kMotionLayoutVersion, motion_layout_version),
     byte(F::kMdMax, s.md_max, kPtz),
     byte(F::kCurrentMd, s.current_md, kPtz),
@@ -141,8 +147,7 @@ constexpr Entry kSlots[] = {
     byte(F::kManualThreshold, s.manual.threshold, kPtz),
     byte(F::kManualSens, s.manual.sens, kPtz),
     {F::kMotionBlockMap,
-     {SlotType::kBytes, s.motion_block_map, kMotionBlockMapSize, SlotLock::kMotionMap, nullptr,
-      nullptr}},
+     {SlotType::kBytes, kMap, kMotionBlockMapSize, s.motion_block_map, nullptr}},
     computed(F::kLinkLayoutVersion, version_one),
     byte(F::kCurrentAlarmin, s.current_alarmin, kAlarm),
     byte(F::kAlinMax, s.alin_max, kAlarm),
@@ -190,15 +195,9 @@ const RecordSlot& record_slot(Field field) {
 }
 
 Mutex* slot_lock(const RecordSlot& slot) {
-  switch (slot.lock_kind) {
-    case SlotLock::kNone:
-      return nullptr;
-    case SlotLock::kGroup:
-      return slot.lock;
-    case SlotLock::kMotionMap:
-      return settings.device_type == 2 ? &ptz_lock : &motion_lock;
-  }
-  return nullptr;
+  if (slot.lock == SlotLock::kMotionMap)
+    return settings.device_type == 2 ? &ptz_lock : &motion_lock;
+  return kSlotLocks[static_cast<size_t>(slot.lock)];
 }
 
 uint32_t slot_number(const RecordSlot& slot) {

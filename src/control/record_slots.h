@@ -24,15 +24,29 @@ enum class SlotType : uint8_t {
 };
 
 // The lock of a slot: none, a group's lock, or the motion map's lock, which is the
-// md2 group's (ptz_lock) on device type 2 and the motion group's elsewhere.
-enum class SlotLock : uint8_t { kNone, kGroup, kMotionMap };
+// md2 group's (ptz_lock) on device type 2 and the motion group's elsewhere. Named,
+// not pointed to, so the table holds no pointer where one of a few locks serves.
+enum class SlotLock : uint8_t {
+  kNone,
+  kMotionMap,
+  kNetwork,
+  kVideo,
+  kMpeg,
+  kJpeg,
+  kOsd,
+  kTitle,
+  kAlarm,
+  kCamcontrol1,
+  kCamcontrol2,
+  kPrivacy,
+  kPtz,
+};
 
 struct RecordSlot {
   SlotType type;
-  void* address;
+  SlotLock lock;
   uint16_t size;  // kText, kBytes: the record field's bytes
-  SlotLock lock_kind;
-  Mutex* lock;  // kGroup
+  void* address;
   uint32_t (*compute)();
 };
 
