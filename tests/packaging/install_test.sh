@@ -5,9 +5,9 @@
 # nothing else (no test program, library or header). The daemon needs no shared
 # library but the C library's (a sanitizer build's its runtimes too): a camera image
 # need not carry the C++ runtime, nor the protocol's texts (none of the dissector's
-# field meanings and message titles is a string of it). Wireshark loads the installed dissector as a plugin,
-# and on this machine (not in a cross build) the plugin folder of the prefix /usr is
-# the one Wireshark looks in.
+# field meanings and message titles is a string of it). Wireshark loads the installed
+# dissector as a plugin, and on this machine (not in a cross build) the plugin folder of
+# the prefix /usr is the one Wireshark looks in.
 # usage: install_test.sh BUILD_DIR PREFIX SYSCONFDIR UNIT_DIR PLUGIN_DIR MULTIARCH [EMULATOR]
 set -euo pipefail
 build=$1 prefix=$2 sysconfdir=$3 unitdir=$4 plugindir=$5 multiarch=$6 emulator=${7:-}
