@@ -1,10 +1,10 @@
 // Start-up time of programs measured side by side: in each of ROUNDS rounds, starts
 // every program in turn RUNS times, each time measuring from the spawn to the first
 // connection that 127.0.0.1 at its PORT accepts (tried every 50 us), then ends it with
-// SIGTERM and waits for it (what they print goes to /dev/null). Alternating the programs round by
-// round lets drift, load and leftover sockets hit each alike. Prints each program's median over all
-// its runs and the line "start MEDIAN_US..." (one figure per program, in order) that scripts/bench
-// reads.
+// SIGTERM and waits for it (what they print goes to /dev/null). Alternating the
+// programs round by round lets drift, load and leftover sockets hit each alike. Prints
+// each program's median over all its runs and the line "start MEDIAN_US..." (one
+// figure per program, in order) that scripts/bench reads.
 //
 //   exec_to_listen ROUNDS RUNS PORT PROGRAM [ARGUMENT...] [-- PORT PROGRAM [ARGUMENT...]]...
 #include <fcntl.h>
